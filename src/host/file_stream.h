@@ -1,0 +1,50 @@
+// A StreamInterface over a file, with its own read buffer so that the
+// reader's one-byte Reads cost a few nanoseconds. Positions are 32-bit, so
+// files of 4 GiB or more are refused.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "wzss/reader_abi.h"
+
+namespace wzss::host {
+
+class FileStream {
+ public:
+  // Null with *error set (when given) if the file cannot be opened or is too large.
+  static std::unique_ptr<FileStream> open(const std::string& path, std::string* error = nullptr);
+  // Hands the stream to C ownership: its Release operation destroys it.
+  static StreamInterface* release(std::unique_ptr<FileStream> stream);
+
+  ~FileStream();
+  FileStream(const FileStream&) = delete;
+  FileStream& operator=(const FileStream&) = delete;
+
+  StreamInterface* get() { return &stream_; }
+  uint32_t size() const { return size_; }
+
+ private:
+  FileStream(int fd, uint32_t size);
+  static FileStream& self(StreamInterface* stream);
+  static int openOp(StreamInterface* stream);
+  static int readOp(StreamInterface* stream, void* buffer, int32_t count);
+  static int seekOp(StreamInterface* stream, int32_t offset, int32_t whence);
+  static uint32_t tellOp(StreamInterface* stream);
+  static int closeOp(StreamInterface* stream);
+  static void releaseOp(StreamInterface* stream);
+
+  bool refill();
+
+  StreamInterface stream_{};  // first member: the C view of this object
+  int fd_;
+  uint32_t size_;
+  uint32_t bufferStart_ = 0;  // file offset of buffer_[0]
+  uint32_t bufferFill_ = 0;   // valid bytes in buffer_
+  uint32_t bufferPos_ = 0;    // next byte within buffer_
+  std::vector<unsigned char> buffer_;
+};
+
+}  // namespace wzss::host

@@ -1,0 +1,60 @@
+// Cell styling and the producers of cell items: the attribute-text parsers
+// (number format, alignment, text attributes, fill, border) and the two
+// producers, cells with a line and formatted empty cells.
+#pragma once
+
+#include <cstdint>
+
+#include "interface/records.h"
+
+namespace wzss {
+
+// Number format codes.
+enum FormatCode : int32_t {
+  FRMT_LABEL = 0,
+  FRMT_DATE = 1,
+  FRMT_COMMA = 17,
+  FRMT_CURRENCY = 18,
+  FRMT_FIXED = 19,
+  FRMT_TIME12_HMS = 20,
+  FRMT_TIME12_HM = 21,
+  FRMT_TIME24_HMS = 22,
+  FRMT_TIME24_HM = 23,
+  FRMT_BAR = 24,
+  FRMT_GENERAL = 25,
+  FRMT_BOOLEAN = 26,
+  FRMT_PERCENT = 27,
+  FRMT_SCIENTIFIC = 28,
+  FRMT_STRING = 29,
+};
+
+// Decimals value that asks for derivation from the value text.
+inline constexpr int32_t kFloatingDecimals = 10;
+
+// Number format item at the start of an attribute text. The scan may run
+// past the attribute text over the rest of the line (floating decimals).
+void wzExtractNumFrmt(const WorkbookReader* reader, const char* text, int32_t* formatCode,
+                      int32_t* decimals, int32_t* dateStyle);
+
+// Alignment list of the first field; overwrites *align. 1 when the text has
+// an alignment list, else 0.
+int wzExtractAlign(const WorkbookReader* reader, const char* text, uint16_t* align,
+                   int32_t formatCode);
+
+// Text attributes of the second field; changes only what the items name.
+void wzExtractAttribute(const WorkbookReader* reader, const char* text, FontRecord* font,
+                        uint32_t* backColor, uint32_t* textColor, uint16_t* align);
+
+// Fill of the third field: 0 without a fill worth reporting, else the host's
+// value for it from callback op 2.
+int32_t wzGetFill(SheetReader* sheet, const char* text);
+
+// Borders of the third field into the sheet's border scratch; 1 when the
+// field named a side.
+int wzGetBorder(SheetReader* sheet, const char* text);
+
+// Producers: 1 when an item was written, 0 when none is left.
+int wzGetCellContent(SheetReader* sheet, SheetItem* item);
+int wzProcessEmptyCell(SheetReader* sheet, SheetItem* item);
+
+}  // namespace wzss

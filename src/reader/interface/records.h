@@ -1,0 +1,187 @@
+// The reader's own records: the per-workbook WorkbookReader, the per-sheet
+// SheetReader with its grid, and the tables the first pass builds. Every
+// subsystem includes this header; the host never sees these layouts.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "wzss/reader_abi.h"
+
+namespace wzss {
+
+// Fixed sizes the file format is built around.
+inline constexpr uint32_t kLineSize = 200;          // prologue, view and cell lines
+inline constexpr uint32_t kTextLineSize = 512;      // continuation lines of text values
+inline constexpr uint32_t kColorMapEntries = 260;
+inline constexpr uint32_t kTypefaceSlots = 255;
+inline constexpr uint32_t kAttrSlots = 1000;
+inline constexpr uint32_t kListEntries = 20;        // entries of one width/height list line
+inline constexpr uint32_t kSizeTextSize = 60;
+
+struct ColorMap {
+  uint8_t entries[kColorMapEntries][3];  // red, green, blue
+  uint32_t entryCount;
+};
+static_assert(sizeof(ColorMap) == 784);
+
+struct AttrEntry {
+  uint32_t number;  // line number within the attribute table, from 1
+  char* text;       // copy of the whole line
+};
+
+struct ObjectEntry {
+  uint32_t startPos;       // offset of the "Graphic Obj Start: " line
+  int32_t sheet;           // from "Object Plane: ", 0 when missing
+  uint32_t drawingLength;  // bytes from the drawing's first line to the end of "*END GRAPHICS\n"
+  uint32_t drawingPos;     // offset of "*BEGIN GRAPHICS VERSION", 0 without drawing
+  char sizeText[kSizeTextSize];
+};
+
+struct WorkbookReader {
+  StreamInterface* stream;
+  HostServices* services;
+  WorkbookInfo info;  // cached sheet list, valid once info.sheets is non-null
+  uint32_t readerFlags;
+
+  ColorMap* colorMaps;
+  uint32_t colorMapCount;
+  char* typefaces[kTypefaceSlots];
+  uint32_t typefaceCount;
+  AttrEntry* attrs[kAttrSlots];
+
+  // Workbook defaults: cleared and preset by the first pass.
+  uint32_t defaultFormat;
+  uint32_t defaultDecimals;
+  uint32_t defaultDateStyle;
+  uint16_t defaultTextAlign;
+  uint8_t defaultValueAlign;
+  uint32_t defaultBackColor;
+  uint32_t defaultTextColor;
+  FontRecord defaultFont;
+  uint32_t sheetOption;
+
+  uint32_t attrCount;
+  int32_t maxRow;
+  int32_t maxColumn;
+  uint32_t* sheetStarts;      // indexed by sheet number, sheetStartSlots entries
+  uint32_t sheetStartSlots;   // sheetCount + 1 once sheetStarts exists, else 0
+  uint32_t rowListPos;
+  uint32_t version;
+  ObjectEntry* objects;
+  uint32_t objectEntryCount;
+  uint32_t parsingAttrs;
+};
+
+// One row slot of the sheet grid. Row 0 carries the column flags; column 0
+// of each row carries that row's flag.
+struct GridRow {
+  uint8_t* flags;       // maxColumn + 1 bytes
+  uint32_t* formatIds;  // maxColumn + 1 entries, or null until a Row List names the row
+};
+
+// Row and column flag values.
+inline constexpr uint8_t kFlagHidden = 0;
+inline constexpr uint8_t kFlagVisible = 2;  // stored as the whole byte
+inline constexpr uint8_t kFlagTitle = 4;    // ORed in
+// Cell flag bit.
+inline constexpr uint8_t kFlagDelivered = 1;
+
+// Pump states.
+enum PumpState : int32_t {
+  kStateSettings = 0,
+  kStateCells = 1,
+  kStateColumnWidths = 5,
+  kStateHiddenRuns = 6,
+  kStateOption = 7,
+  kStateRowHeights = 9,
+  kStateChoose = 10,
+  kStateEmptyCells = 11,
+  kStateObjects = 12,
+};
+
+struct SheetReader {
+  WorkbookReader* reader;
+  StreamInterface* stream;
+  HostServices* services;
+  uint32_t sheetStart;  // first cell line of the sheet, 0 without cell lines
+  char* attrText;       // start of the current cell line's attribute text, inside line
+  char line[kLineSize];
+  int32_t state;
+  uint32_t defaultColumnWidth;
+  uintptr_t hostCookie;
+
+  uint32_t widthColumns[kListEntries];
+  uint32_t widthValues[kListEntries];
+  uint32_t widthIndex;
+  uint32_t widthCount;
+  uint32_t widthPos;
+  uint32_t heightRows[kListEntries];
+  uint32_t heightValues[kListEntries];
+  uint32_t heightIndex;
+  uint32_t heightCount;
+  uint32_t heightPos;
+
+  // Read state shared by the object streams of this sheet.
+  uint32_t objectStreamLength;
+  uint32_t objectStreamPos;
+  uint32_t objectStreamLeft;
+  uint32_t objectStreamOpen;
+  ObjectEntry* objectStreamEntry;
+
+  GridRow* grid;  // maxRow + 1 slots
+  int32_t hiddenRowScan;
+  int32_t hiddenColumnScan;
+  uint32_t hiddenCount;
+  uint32_t hiddenEmitted;
+  SheetCallback callback;
+  uint32_t sheetFlags;
+  int32_t sheetNumber;
+  int32_t titleRowCount;
+  int32_t titleColumnCount;
+  int32_t emptyScanRow;
+  int32_t emptyScanColumn;
+  uint8_t borderStyles[4];   // left, right, top, bottom
+  uint32_t borderColors[4];  // left, right, top, bottom
+  int32_t objectCount;
+  int32_t objectsEmitted;
+  int32_t nextObject;
+};
+
+// Border scratch order.
+enum BorderSide : int { kLeft = 0, kRight = 1, kTop = 2, kBottom = 3 };
+
+// --- Calls into the host ------------------------------------------------
+// Thin wrappers so the operation slots are spelled once.
+
+inline void* hostAlloc(HostServices* services, uint32_t size) {
+  return services->allocator.Alloc(&services->allocator, size);
+}
+inline void* hostCalloc(HostServices* services, uint32_t count, uint32_t size) {
+  return services->allocator.Calloc(&services->allocator, count, size);
+}
+inline void* hostRealloc(HostServices* services, void* block, uint32_t size) {
+  return services->allocator.Realloc(&services->allocator, block, size);
+}
+inline void hostFree(HostServices* services, void* block) {
+  if (block != nullptr) services->allocator.Free(&services->allocator, block);
+}
+
+// A byte count the 32-bit allocator interface can carry, or 0 when count x
+// size does not fit (callers treat 0 as an allocation failure).
+inline uint32_t allocSize(uint64_t count, uint64_t size) {
+  const uint64_t bytes = count * size;  // both operands are below 2^32
+  return bytes == 0 || bytes > UINT32_MAX ? 0 : static_cast<uint32_t>(bytes);
+}
+
+inline int streamOpen(StreamInterface* stream) { return stream->Open(stream); }
+inline int streamSeek(StreamInterface* stream, uint32_t position) {
+  return stream->Seek(stream, static_cast<int32_t>(position), 0);
+}
+inline uint32_t streamTell(StreamInterface* stream) { return stream->Tell(stream); }
+// The Close slot may be null on a host's document stream.
+inline void streamClose(StreamInterface* stream) {
+  if (stream->Close != nullptr) stream->Close(stream);
+}
+
+}  // namespace wzss
