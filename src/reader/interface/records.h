@@ -151,6 +151,25 @@ struct SheetReader {
 // Border scratch order.
 enum BorderSide : int { kLeft = 0, kRight = 1, kTop = 2, kBottom = 3 };
 
+// --- Units ---------------------------------------------------------------
+// Column widths and object offsets are scaled by the default font's size.
+// A size of 0, or one above 1200, leaves no usable divisor (1200 / size is
+// 0); such a workbook is measured as if its default font were 10 points, so
+// widths stay usable and nothing divides by zero.
+inline constexpr uint32_t kFallbackFontSize = 10;
+
+inline uint32_t usableFontSize(uint32_t size) {
+  return size == 0 || size > 1200 ? kFallbackFontSize : size;
+}
+// Twips per unit of a column width: 14400 / (1200 / size), integer divisions.
+inline uint32_t columnWidthFactor(uint32_t fontSize) {
+  return 14400 / (1200 / usableFontSize(fontSize));
+}
+// Horizontal factor of an object's offset inside its anchor cell: 14400 / size.
+inline uint32_t objectOffsetFactor(uint32_t fontSize) {
+  return 14400 / usableFontSize(fontSize);
+}
+
 // --- Calls into the host ------------------------------------------------
 // Thin wrappers so the operation slots are spelled once.
 
