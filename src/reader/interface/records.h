@@ -38,6 +38,8 @@ struct ObjectEntry {
   char sizeText[kSizeTextSize];
 };
 
+struct SheetReader;
+
 struct WorkbookReader {
   StreamInterface* stream;
   HostServices* services;
@@ -71,6 +73,9 @@ struct WorkbookReader {
   ObjectEntry* objects;
   uint32_t objectEntryCount;
   uint32_t parsingAttrs;
+  // The sheet currently open on this reader, null when none: all sheets
+  // share the document stream, so a second one is refused while it is set.
+  SheetReader* openSheet;
 };
 
 // One row slot of the sheet grid. Row 0 carries the column flags; column 0
@@ -116,11 +121,15 @@ struct SheetReader {
   uint32_t widthIndex;
   uint32_t widthCount;
   uint32_t widthPos;
+  // Offset in the list line where the next load continues when the line
+  // held more entries than the buffer; 0 starts at the line's first item.
+  uint32_t widthResume;
   uint32_t heightRows[kListEntries];
   uint32_t heightValues[kListEntries];
   uint32_t heightIndex;
   uint32_t heightCount;
   uint32_t heightPos;
+  uint32_t heightResume;  // as widthResume
 
   // Read state shared by the object streams of this sheet.
   uint32_t objectStreamLength;
@@ -130,6 +139,7 @@ struct SheetReader {
   ObjectEntry* objectStreamEntry;
 
   GridRow* grid;  // maxRow + 1 slots
+  uint32_t gridRows;  // slots in grid, so closing never depends on maxRow
   int32_t hiddenRowScan;
   int32_t hiddenColumnScan;
   uint32_t hiddenCount;
