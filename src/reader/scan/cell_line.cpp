@@ -1,0 +1,92 @@
+// Cell lines and their addresses: "(attribute text) ADDRESS: value", where
+// the address may carry a sheet prefix ("B!C12"). wzDisect serves the sheet
+// pump, wzScanCellLine the first pass that records where each sheet begins.
+#include <cstring>
+
+#include "scan/scan.h"
+
+namespace wzss {
+
+namespace {
+
+constexpr char kAttrOpen = '(';
+constexpr char kAttrClose = ')';
+constexpr char kSheetMark = '!';
+constexpr int32_t kFirstSheet = 1;
+
+bool isLetter(char c) {
+  const auto byte = static_cast<unsigned char>(c);
+  return byte >= 'A' && byte <= 'z';
+}
+
+// What the sheet pump takes for a cell line: "(" or "P " at its start.
+bool startsCellLine(const char* line) {
+  return line[0] == kAttrOpen || (line[0] == 'P' && line[1] == ' ');
+}
+
+// The first pass is more lenient: any 'P', and 'I' lines, count too.
+bool startsScannedCellLine(const char* line) {
+  return line[0] == kAttrOpen || line[0] == 'P' || line[0] == 'I';
+}
+
+// For a "P " line the attribute text is at its first '(', or at the end of
+// the line when there is none.
+char* attributeStart(char* line) {
+  if (line[0] == kAttrOpen) return line;
+  char* open = std::strchr(line, kAttrOpen);
+  return open != nullptr ? open : line + std::strlen(line);
+}
+
+// The address follows the ')' that closes the attribute text, after any
+// blanks; without a ')' it is the empty text at the line's end.
+const char* addressStart(const char* attrText) {
+  const char* close = std::strchr(attrText, kAttrClose);
+  if (close == nullptr) return attrText + std::strlen(attrText);
+  const char* address = close + 1;
+  while (wzIsBlank(*address)) ++address;
+  return address;
+}
+
+// The sheet of an address: letters directly followed by '!', or a bare '!'
+// (sheet -1). Without a prefix the cell is on sheet 1 and the cursor stays.
+// Only a '!' right after the leading letters counts, never one in the value.
+int32_t readSheetPrefix(const char** cursor) {
+  const char* afterLetters = *cursor;
+  while (isLetter(*afterLetters)) ++afterLetters;
+  if (*afterLetters != kSheetMark) return kFirstSheet;
+  const int32_t sheet = wzGetLetter(cursor);  // -1 for a '!' with no letters
+  if (**cursor == kSheetMark) ++*cursor;
+  return sheet;
+}
+
+}  // namespace
+
+int wzDisect(SheetReader* sheet, int32_t* sheetNumber, int32_t* row, int32_t* column) {
+  std::memset(sheet->line, 0, kLineSize);
+  uint32_t linePos = 0;
+  for (;;) {
+    const int complete = wzGetLine(sheet->stream, sheet->line, kLineSize, &linePos);
+    // A cut-off last line still counts when it starts like a cell line.
+    if (startsCellLine(sheet->line)) break;
+    if (!complete) return 0;
+  }
+  sheet->attrText = attributeStart(sheet->line);
+  const char* cursor = addressStart(sheet->attrText);
+  *sheetNumber = readSheetPrefix(&cursor);
+  *column = wzGetLetter(&cursor);
+  *row = wzGetIntItem(&cursor);
+  return 1;
+}
+
+uint32_t wzScanCellLine(WorkbookReader* reader, int32_t* sheetNumber) {
+  char line[kLineSize] = {};
+  uint32_t linePos = 0;
+  // A cut-off last line ends the cell data here, unlike in wzDisect.
+  if (!wzGetLine(reader->stream, line, kLineSize, &linePos)) return 0;
+  if (!startsScannedCellLine(line)) return 1;
+  const char* cursor = addressStart(line);
+  *sheetNumber = readSheetPrefix(&cursor);
+  return linePos;
+}
+
+}  // namespace wzss

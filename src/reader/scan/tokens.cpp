@@ -1,0 +1,150 @@
+// Token readers over one line of text: column and sheet letters, unsigned
+// numbers, the string escape scheme, and the items of the view section's
+// row-height and column-width lines. None allocates or keeps state; all
+// state is the caller's text and cursor.
+#include <cstdint>
+
+#include "scan/scan.h"
+
+namespace wzss {
+
+namespace {
+
+// The format code of a general value that begins with a double quote; its
+// text is a quoted string that may run over several lines.
+constexpr int32_t kQuotedStringFormat = 29;
+constexpr char kEscape = '^';
+constexpr char kQuote = '"';
+// Letters of column and sheet names: every byte from 'A' through 'z', the six
+// punctuation bytes between 'Z' and 'a' included, without case folding.
+constexpr unsigned char kFirstLetter = 'A';
+constexpr unsigned char kLastLetter = 'z';
+constexpr int32_t kLetterBase = 64;  // 'A' counts 1
+constexpr int32_t kLettersInRadix = 26;
+
+bool isLetter(char c) {
+  const auto byte = static_cast<unsigned char>(c);
+  return byte >= kFirstLetter && byte <= kLastLetter;
+}
+
+int32_t letterValue(char c) { return static_cast<unsigned char>(c) - kLetterBase; }
+
+bool isDigit(char c) { return c >= '0' && c <= '9'; }
+
+// Moves the cursor over blanks; false when the text ends there.
+bool skipBlanks(const char** cursor) {
+  while (wzIsBlank(**cursor)) ++*cursor;
+  return **cursor != '\0';
+}
+
+// A nibble written as a letter 'a'..'p'. Any other byte counts by its
+// distance from 'a' taken modulo 16 (unsigned arithmetic keeps that
+// non-negative for bytes below 'a').
+unsigned nibble(char c) { return (static_cast<unsigned char>(c) - static_cast<unsigned>('a')) % 16u; }
+
+int32_t saturatingDecimalStep(int32_t value, char digit) {
+  const int32_t d = digit - '0';
+  if (value > (INT32_MAX - d) / 10) return INT32_MAX;
+  return value * 10 + d;
+}
+
+// A decimal number as a standard conversion reads it, limited to
+// [begin, end): leading C white space, an optional sign, then digits up to
+// the first other byte. Saturates at the int32 limits; no digits give 0.
+int32_t decimalField(const char* begin, const char* end) {
+  const char* p = begin;
+  while (p < end && (*p == ' ' || (*p >= '\t' && *p <= '\r'))) ++p;
+  bool negative = false;
+  if (p < end && (*p == '+' || *p == '-')) negative = *p++ == '-';
+  int64_t magnitude = 0;
+  constexpr int64_t kCap = int64_t{INT32_MAX} + 1;
+  for (; p < end && isDigit(*p); ++p) {
+    magnitude = magnitude * 10 + (*p - '0');
+    if (magnitude > kCap) magnitude = kCap;
+  }
+  if (negative) return static_cast<int32_t>(-magnitude);  // -2^31 at most
+  return magnitude > INT32_MAX ? INT32_MAX : static_cast<int32_t>(magnitude);
+}
+
+bool endsHeightText(char c) { return c == ' ' || c == '-' || c == '\0'; }
+
+}  // namespace
+
+int32_t wzGetLetter(const char** cursor) {
+  if (**cursor == '\0') return -1;
+  if (!skipBlanks(cursor)) return -1;
+  const char* run = *cursor;
+  while (isLetter(**cursor)) ++*cursor;
+  switch (*cursor - run) {
+    case 1:
+      return letterValue(run[0]);
+    case 2:
+      return letterValue(run[0]) * kLettersInRadix + letterValue(run[1]);
+    default:
+      return -1;  // no letter, or a run too long for a column name
+  }
+}
+
+int32_t wzGetIntItem(const char** cursor) {
+  if (**cursor == '\0') return -1;
+  if (!skipBlanks(cursor)) return -1;
+  int32_t value = 0;
+  for (; isDigit(**cursor); ++*cursor) value = saturatingDecimalStep(value, **cursor);
+  return value;
+}
+
+int wzProcessString(char* text, int32_t formatCode) {
+  const bool quoted = formatCode == kQuotedStringFormat;
+  const char* in = text;
+  char* out = text;  // never ahead of in: decoding only shrinks the text
+  if (quoted && *in == kQuote) ++in;
+  int closed = 0;
+  while (*in != '\0') {
+    if (quoted && *in == kQuote) {
+      closed = 1;
+      break;
+    }
+    if (*in != kEscape) {
+      *out++ = *in++;
+    } else if (in[1] == kEscape) {
+      *out++ = kEscape;
+      in += 2;
+    } else if (in[1] != '\0' && in[2] != '\0') {
+      *out++ = static_cast<char>(nibble(in[1]) * 16 + nibble(in[2]));
+      in += 3;
+    } else {
+      // A '^' with fewer than two bytes before the end is no escape: it is
+      // kept as it stands and what follows is read as usual.
+      *out++ = *in++;
+    }
+  }
+  *out = '\0';
+  return quoted ? closed : 1;
+}
+
+int wzGetRowHeightItem(const char* text, uint32_t* index, int32_t* first, int32_t* second) {
+  const char* item = text + *index;
+  while (*item == ' ' || *item == '\n' || *item == '\r') ++item;
+  if (*item == '\0') return 0;
+  const char* colon = item;
+  while (*colon != ':' && *colon != '\0') ++colon;
+  if (*colon == '\0') return 0;  // a row without its height ends the list
+  const char* height = colon + 1;
+  const char* heightEnd = height;
+  while (!endsHeightText(*heightEnd)) ++heightEnd;
+  *first = decimalField(item, colon);
+  *second = decimalField(height, heightEnd);
+  *index = static_cast<uint32_t>(heightEnd - text);
+  return 1;
+}
+
+int wzGetColWidthItem(const char** cursor, int32_t* column, int32_t* width) {
+  if (**cursor == '\0') return 0;
+  if (!skipBlanks(cursor)) return 0;
+  *column = wzGetLetter(cursor);
+  if (**cursor != '\0') ++*cursor;  // the ':' between letters and width
+  *width = wzGetIntItem(cursor);
+  return 1;
+}
+
+}  // namespace wzss
