@@ -1,0 +1,372 @@
+// The display text of a cell value by its number format, and the gathering
+// of text values that continue over further lines of the file.
+//
+// Floating output goes through std::to_chars, which prints as printf does in
+// the C locale whatever locale the host has set; integers use snprintf with
+// %d, which no locale changes.
+#include <charconv>
+#include <cmath>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+
+#include "format/format.h"
+#include "scan/scan.h"
+
+namespace wzss {
+namespace {
+
+// FormatCode values this formatter tells apart.
+constexpr uint32_t kLabel = 0;
+constexpr uint32_t kDate = 1;
+constexpr uint32_t kComma = 17;
+constexpr uint32_t kCurrency = 18;
+constexpr uint32_t kFixed = 19;
+constexpr uint32_t kTime12Hms = 20;
+constexpr uint32_t kTime12Hm = 21;
+constexpr uint32_t kTime24Hms = 22;
+constexpr uint32_t kTime24Hm = 23;
+constexpr uint32_t kBar = 24;
+constexpr uint32_t kGeneral = 25;
+constexpr uint32_t kBoolean = 26;
+constexpr uint32_t kPercent = 27;
+constexpr uint32_t kScientific = 28;
+constexpr uint32_t kString = 29;
+
+// A display text holds at most this many characters; longer ones are cut.
+constexpr uint32_t kMaxDisplay = kWorkSize - 1;
+
+// printf's precision when none is given.
+constexpr int32_t kDefaultPrecision = 6;
+// Every double is a multiple of 2^-1074, so its exact decimal expansion has
+// at most 1074 digits after the point: from there on a larger precision only
+// adds zeros, which lie beyond the 511 characters that are kept.
+constexpr int32_t kExactPrecision = 1100;
+// Room for a sign, 309 integer digits, the point, kExactPrecision digits and
+// an exponent.
+constexpr uint32_t kScratchSize = 1536;
+
+constexpr double kPercentFactor = 100.0;
+constexpr uint32_t kBarLimit = 511;
+constexpr char kBarChar = '*';
+
+constexpr const char* kFullMonths[13] = {"",      "January",  "February", "March",  "April",
+                                         "May",   "June",     "July",     "August", "September",
+                                         "October", "November", "December"};
+constexpr const char* kShortMonths[13] = {"",    "Jan", "Feb", "Mar", "Apr", "May", "Jun",
+                                          "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
+constexpr int16_t kLastMonth = 12;
+
+constexpr int16_t kLastYearOf19 = 1999;
+constexpr int32_t kFirstDateStyle = 2;
+constexpr int32_t kLastDateStyle = 16;
+// Styles outside 2..16 have no format of their own; they print year-month-day.
+constexpr int32_t kFallbackDateStyle = 7;
+
+constexpr int16_t kNoon = 12;
+
+// --- Small text helpers ---------------------------------------------------
+
+// Copies src into out (kWorkSize bytes), cut to kMaxDisplay characters.
+void copyCut(char* out, const char* src) {
+  size_t length = std::strlen(src);
+  if (length > kMaxDisplay) length = kMaxDisplay;
+  std::memcpy(out, src, length);
+  out[length] = '\0';
+}
+
+// Appends src to the text in out (kWorkSize bytes), cut to kMaxDisplay.
+void appendCut(char* out, const char* src) {
+  const size_t used = std::strlen(out);
+  size_t length = std::strlen(src);
+  if (length > kMaxDisplay - used) length = kMaxDisplay - used;
+  std::memcpy(out + used, src, length);
+  out[used + length] = '\0';
+}
+
+void upperCaseAscii(char* text) {
+  for (; *text != '\0'; ++text) {
+    if (*text >= 'a' && *text <= 'z') *text = static_cast<char>(*text - 'a' + 'A');
+  }
+}
+
+int32_t usablePrecision(int32_t decimals) {
+  if (decimals < 0) return kDefaultPrecision;
+  return decimals > kExactPrecision ? kExactPrecision : decimals;
+}
+
+// The number as "%.*lf" (fixed) or "%.*e" (scientific) prints it, into out
+// (kWorkSize bytes), cut to kMaxDisplay characters.
+void printFloat(char* out, double number, int32_t decimals, std::chars_format style) {
+  char scratch[kScratchSize];
+  const std::to_chars_result printed =
+      std::to_chars(scratch, scratch + kScratchSize - 1, number, style, usablePrecision(decimals));
+  // The scratch holds every text the clamped precision can produce; should
+  // it not, the display text is empty rather than wrong.
+  if (printed.ec != std::errc()) {
+    out[0] = '\0';
+    return;
+  }
+  *printed.ptr = '\0';
+  copyCut(out, scratch);
+}
+
+// --- Codes ------------------------------------------------------------------
+
+void formatCurrency(char* work, double number, int32_t decimals) {
+  char grouped[kWorkSize];
+  printFloat(grouped, number, decimals, std::chars_format::fixed);
+  wzInsertCommas(grouped);
+  copyCut(work, "$");
+  appendCut(work, grouped);
+}
+
+void formatPercent(char* work, double number, int32_t decimals) {
+  printFloat(work, number * kPercentFactor, decimals, std::chars_format::fixed);
+  appendCut(work, "%");
+}
+
+// "%.*E": as "%.*e" with the letters (exponent, INF, NAN) in upper case.
+void formatScientific(char* work, double number, int32_t decimals) {
+  printFloat(work, number, decimals, std::chars_format::scientific);
+  upperCaseAscii(work);
+}
+
+// Only a lower-case 'e' in the value text asks for scientific notation.
+void formatGeneral(char* work, const char* text, double number, int32_t decimals) {
+  const bool scientific = std::strchr(text, 'e') != nullptr;
+  printFloat(work, number, decimals,
+             scientific ? std::chars_format::scientific : std::chars_format::fixed);
+}
+
+void formatBar(char* work, double number) {
+  // Truncated toward zero; below one (negative and NaN included) no bar.
+  uint32_t count = 0;
+  if (number >= static_cast<double>(kBarLimit)) {
+    count = kBarLimit;
+  } else if (number >= 1.0) {
+    count = static_cast<uint32_t>(number);
+  }
+  std::memset(work, kBarChar, count);
+  work[count] = '\0';
+}
+
+void formatBoolean(char* work, double number) {
+  // -0.0 equals 0.0; a NaN equals nothing and so is TRUE.
+  copyCut(work, number == 0.0 ? "FALSE" : "TRUE");
+}
+
+void formatDate(char* work, char* text, double number, int32_t dateStyle) {
+  int16_t year;
+  int16_t month;
+  int16_t day;
+  wzGetDate(text, number, &year, &month, &day);
+
+  const char* century = year <= kLastYearOf19 ? "19" : "20";
+  const int yy = year % 100;
+  const int mm = month;
+  const int dd = day;
+  // Months outside 0..12 come only from written dates; they have no name.
+  const bool named = month >= 0 && month <= kLastMonth;
+  const char* fullName = named ? kFullMonths[month] : "";
+  const char* shortName = named ? kShortMonths[month] : "";
+
+  const int32_t style =
+      dateStyle >= kFirstDateStyle && dateStyle <= kLastDateStyle ? dateStyle : kFallbackDateStyle;
+  switch (style) {
+    case 2: std::snprintf(work, kWorkSize, "%s %d, %s%.2d", fullName, dd, century, yy); break;
+    case 3:
+    case 15: std::snprintf(work, kWorkSize, "%s %.2d, %s%.2d", shortName, dd, century, yy); break;
+    case 4: std::snprintf(work, kWorkSize, "%.2d %s %.2d", dd, shortName, yy); break;
+    case 5: std::snprintf(work, kWorkSize, "%.2d/%.2d/%.2d", mm, dd, yy); break;
+    case 6: std::snprintf(work, kWorkSize, "%.2d.%.2d.%.2d", dd, mm, yy); break;
+    case 8: std::snprintf(work, kWorkSize, "%.2d-%.2d-%.2d", yy, mm, dd); break;
+    case 9: std::snprintf(work, kWorkSize, "%s%.2d %.2d %.2d", century, yy, mm, dd); break;
+    case 10: std::snprintf(work, kWorkSize, "%.2d %.2d %.2d", yy, mm, dd); break;
+    case 11: std::snprintf(work, kWorkSize, "%s%.2d%.2d%.2d", century, yy, mm, dd); break;
+    case 12: std::snprintf(work, kWorkSize, "%.2d%.2d%.2d", yy, mm, dd); break;
+    case 13: std::snprintf(work, kWorkSize, "%.2d/%.2d/%.2d", dd, mm, yy); break;
+    case 14: std::snprintf(work, kWorkSize, "%.2d.%.2d.%s%.2d", dd, mm, century, yy); break;
+    case 16: std::snprintf(work, kWorkSize, "%s %s%.2d", fullName, century, yy); break;
+    default: std::snprintf(work, kWorkSize, "%s%.2d-%.2d-%.2d", century, yy, mm, dd); break;
+  }
+}
+
+void formatTime(char* work, double number, uint32_t formatCode) {
+  int16_t hour;
+  int16_t minute;
+  int16_t second;
+  wzGetTime(number, &hour, &minute, &second);
+
+  if (formatCode == kTime24Hms) {
+    std::snprintf(work, kWorkSize, "%.2d:%.2d:%.2d", hour, minute, second);
+    return;
+  }
+  if (formatCode == kTime24Hm) {
+    std::snprintf(work, kWorkSize, "%.2d:%.2d", hour, minute);
+    return;
+  }
+  // The 12-hour clock: 0 is 12 AM, 12 is 12 PM, 24 (the end of the day) too.
+  const char* half = "AM";
+  int hour12 = hour;
+  if (hour12 >= kNoon) {
+    half = "PM";
+    if (hour12 > kNoon) hour12 -= kNoon;
+  } else if (hour12 == 0) {
+    hour12 = kNoon;
+  }
+  if (formatCode == kTime12Hms) {
+    std::snprintf(work, kWorkSize, "%.2d:%.2d:%.2d %s", hour12, minute, second, half);
+  } else {
+    std::snprintf(work, kWorkSize, "%.2d:%.2d %s", hour12, minute, half);
+  }
+}
+
+// --- Preparing the value ----------------------------------------------------
+
+char* skipBlanks(char* text) {
+  while (wzIsBlank(*text)) ++text;
+  return text;
+}
+
+// A numeric value ends with the first blank after its first character.
+void cutAfterFirstBlank(char* text) {
+  if (text[0] == '\0') return;
+  char* blank = std::strchr(text + 1, ' ');
+  if (blank != nullptr) blank[1] = '\0';
+}
+
+void formatByCode(char* work, char* text, double number, uint32_t formatCode, int32_t decimals,
+                  int32_t dateStyle) {
+  switch (formatCode) {
+    case kDate: formatDate(work, text, number, dateStyle); break;
+    case kComma:
+      printFloat(work, number, decimals, std::chars_format::fixed);
+      wzInsertCommas(work);
+      break;
+    case kCurrency: formatCurrency(work, number, decimals); break;
+    case kFixed: printFloat(work, number, decimals, std::chars_format::fixed); break;
+    case kTime12Hms:
+    case kTime12Hm:
+    case kTime24Hms:
+    case kTime24Hm: formatTime(work, number, formatCode); break;
+    case kBar: formatBar(work, number); break;
+    case kGeneral: formatGeneral(work, text, number, decimals); break;
+    case kBoolean: formatBoolean(work, number); break;
+    case kPercent: formatPercent(work, number, decimals); break;
+    case kScientific: formatScientific(work, number, decimals); break;
+    default: copyCut(work, text); break;  // labels, strings, 2..16, unknown codes
+  }
+}
+
+// --- Labels, strings and continuation lines -----------------------------------
+
+// A text being gathered: the block from the host and its length.
+struct GatheredText {
+  char* block;
+  uint32_t length;  // without the NUL; the block holds length + 1 bytes
+};
+
+// Appends tail with one Realloc to exactly the new size. False when the
+// size does not fit or Realloc fails; the block is then still the old one.
+bool appendPiece(HostServices* services, GatheredText* text, const char* tail) {
+  const auto tailLength = static_cast<uint32_t>(std::strlen(tail));
+  if (tailLength == 0) return true;  // nothing to append, nothing to grow
+  const uint32_t size = allocSize(uint64_t{text->length} + tailLength + 1, 1);
+  if (size == 0) return false;
+  auto* grown = static_cast<char*>(hostRealloc(services, text->block, size));
+  if (grown == nullptr) return false;
+  std::memcpy(grown + text->length, tail, tailLength + 1);
+  text->block = grown;
+  text->length += tailLength;
+  return true;
+}
+
+// Reads the lines that continue the value and appends them to text. The
+// first line not taken is given back by seeking to its start. Returns false
+// when Realloc or Seek fails; the caller then releases the text.
+bool gatherContinuation(SheetReader* sheet, GatheredText* text, uint32_t formatCode,
+                        int complete) {
+  char line[kTextLineSize];
+  std::memset(line, 0, sizeof line);
+  uint32_t linePos = 0;
+  int more = wzGetLine(sheet->stream, line, kTextLineSize, &linePos);
+  for (;;) {
+    // An open value takes every line; a label also every line that starts
+    // with a blank. A closed string takes none.
+    const bool continues = !complete || (formatCode == kLabel && wzIsBlank(line[0]));
+    if (!continues) return streamSeek(sheet->stream, linePos) != 0;
+
+    complete = wzProcessString(line, static_cast<int32_t>(formatCode));
+    // The piece goes in without its first byte, normally the marking blank.
+    const char* tail = line[0] != '\0' ? line + 1 : line;
+    if (!appendPiece(sheet->services, text, tail)) return false;
+    if (!more) return true;  // the input ended with a piece of the value
+    more = wzGetLine(sheet->stream, line, kTextLineSize, &linePos);
+  }
+}
+
+}  // namespace
+
+void wzInsertCommas(char* text) {
+  const char* digits = text[0] == '-' ? text + 1 : text;
+  uint32_t digitCount = 0;
+  while (digits[digitCount] >= '0' && digits[digitCount] <= '9') ++digitCount;
+  if (digitCount <= 3) return;
+
+  // Build the grouped text aside, then copy it back cut to the buffer.
+  char grouped[kWorkSize + kWorkSize / 3 + 1];
+  uint32_t out = 0;
+  for (const char* p = text; p != digits; ++p) grouped[out++] = *p;
+  for (uint32_t i = 0; i < digitCount; ++i) {
+    // A separator stands before every group of three that has a digit on its left.
+    if (i != 0 && (digitCount - i) % 3 == 0) grouped[out++] = ',';
+    grouped[out++] = digits[i];
+  }
+  grouped[out] = '\0';
+  // The rest (decimal point and decimals) follows unchanged.
+  const char* rest = digits + digitCount;
+  char* end = grouped + out;
+  const size_t restLength = std::strlen(rest);
+  const size_t room = sizeof grouped - 1 - out;
+  const size_t kept = restLength < room ? restLength : room;
+  std::memcpy(end, rest, kept);
+  end[kept] = '\0';
+  copyCut(text, grouped);
+}
+
+char* wzFormatVal(SheetReader* sheet, char* valueText, uint32_t formatCode, int32_t decimals,
+                  int32_t dateStyle) {
+  const bool textCode = formatCode == kLabel || formatCode == kString;
+  char* text = skipBlanks(valueText);
+  double number = 0.0;
+  if (!textCode) {
+    cutAfterFirstBlank(text);
+    number = wzAtof(text);
+  }
+
+  char work[kWorkSize];
+  work[0] = '\0';
+  // An empty text value is not complete: the next line continues it.
+  int complete = 0;
+  if (text[0] != '\0') {
+    formatByCode(work, text, number, formatCode, decimals, dateStyle);
+    if (textCode) complete = wzProcessString(work, static_cast<int32_t>(formatCode));
+  }
+
+  GatheredText result{};
+  result.length = static_cast<uint32_t>(std::strlen(work));
+  result.block = static_cast<char*>(hostAlloc(sheet->services, result.length + 1));
+  if (result.block == nullptr) return nullptr;
+  std::memcpy(result.block, work, result.length + 1);
+  if (!textCode) return result.block;
+
+  if (!gatherContinuation(sheet, &result, formatCode, complete)) {
+    // The caller gets null and could not release the text.
+    hostFree(sheet->services, result.block);
+    return nullptr;
+  }
+  return result.block;
+}
+
+}  // namespace wzss
