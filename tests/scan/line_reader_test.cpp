@@ -149,6 +149,15 @@ TEST(LineReaderTest, CarriageReturnBeyondTheCutIsNotTheLastKeptByte) {
   EXPECT_EQ(std::string(line), std::string(198, 'x') + "\r");
 }
 
+TEST(LineReaderTest, NoCapacityWritesNothingButConsumesTheLine) {
+  host::MemoryStream stream("abc\nd\n");
+  char guard = '#';
+  uint32_t pos = 9;
+  EXPECT_EQ(wzGetLine(stream.get(), &guard, 0, &pos), 1);
+  EXPECT_EQ(guard, '#');
+  EXPECT_EQ(stream.position(), 4u);
+}
+
 TEST(LineReaderTest, LongLineCutByEndOfInputStaysTerminated) {
   const std::string body = patternText(300);
   host::MemoryStream stream(body);

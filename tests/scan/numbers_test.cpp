@@ -5,6 +5,7 @@
 
 #include <cerrno>
 #include <clocale>
+#include <locale.h>
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
@@ -57,6 +58,13 @@ TEST(MatchKeywordTest, StopsAtTheLinesEnd) {
   EXPECT_TRUE(wzMatchKeyword(line, "AB"));
 }
 
+// The C library's conversions as they are in the "C" locale, whatever locale
+// the process has set: the reference every conversion here is held to.
+locale_t cLocale() {
+  static const locale_t locale = newlocale(LC_ALL_MASK, "C", nullptr);
+  return locale;
+}
+
 // --- Integers ---------------------------------------------------------------------
 
 int32_t clampLong(long value) {
@@ -77,7 +85,7 @@ class ParseIntTest : public ::testing::TestWithParam<IntCase> {};
 TEST_P(ParseIntTest, AgreesWithClampedStrtol) {
   const IntCase& c = GetParam();
   char* libraryEnd = nullptr;
-  const long expected = std::strtol(c.text, &libraryEnd, c.base);
+  const long expected = strtol_l(c.text, &libraryEnd, c.base, cLocale());
   int32_t value = -12345;
   const char* end = nullptr;
   const bool converted = wzParseInt(c.text, c.base, &value, &end);
@@ -153,12 +161,10 @@ INSTANTIATE_TEST_SUITE_P(Integers, AtoiTest,
                                        << actual;
 }
 
-// Compares with strtod under the "C" locale (the test process never calls
-// setlocale before this, except in the locale test, which restores "C").
 void expectLikeStrtod(const std::string& text) {
   SCOPED_TRACE("text \"" + text + "\"");
   char* libraryEnd = nullptr;
-  const double expected = std::strtod(text.c_str(), &libraryEnd);
+  const double expected = strtod_l(text.c_str(), &libraryEnd, cLocale());
   double value = -12345.0;
   const char* end = nullptr;
   const bool converted = wzParseDouble(text.c_str(), &value, &end);
@@ -168,52 +174,58 @@ void expectLikeStrtod(const std::string& text) {
   EXPECT_TRUE(sameDouble(expected, wzAtof(text.c_str())));
 }
 
+const char* const kTrickyDoubles[] = {
+    // Plain decimals and their borders.
+    "0", "3.14", "1234.5", "-0", "  -0", "+0.0", ".5", "-.5", "5.", "5.e3", ".", "-.", "+",
+    "-", "", "e5", "E5", ".e5", "1e", "1e+", "1e-", "1e+5", "1E-5", "1e5x", "1.5.5",
+    "00012.50", "1,5", "3,14", " \t\n\v\f\r42", "\xa0" "1", "--1", "+-1", "-+1", "- 1",
+    "0.000001", "123456789012345678901234567890", "0.1e1", "1_000",
+    // Rounding of long digit strings: halfway cases and the classic hard ones.
+    "9007199254740993", "9007199254740993.0000000001", "9007199254740995",
+    "0.1000000000000000055511151231257827021181583404541015625", "2.2250738585072011e-308",
+    "2.2250738585072012e-308", "1.00000000000000011102230246251565404236316680908203125",
+    // Exponents out of range, overflow and underflow.
+    "1e308", "1.7976931348623157e308", "1.7976931348623158e308", "1.7976931348623159e308",
+    "1e309", "1e400", "-1e400", "1e-400", "-1e-400", "1e-310", "-1e-310", "4.9e-324",
+    "2.4703282292062328e-324", "2.4703282292062327e-324", "3e-324", "2e-324",
+    "1e99999999999999999999", "1e-99999999999999999999", "0e99999", "0.0e-99999",
+    "0.00000000000000000000000000000000000000001e-290", "1000000000000000000000e288",
+    "0.0000001e316", "99999999999999999999e300",
+    // Hexadecimal floats.
+    "0x1p3", "0X1P-3", "0x1.8p1", "0x.8p1", "0x1.", "0x1.p1", "0xA", "0xaBc.Def",
+    "-0x1p-1074", "0x1p-1075", "0x1.8p-1075", "0x1p-1080", "0x1p1023", "0x1p1024",
+    "-0x1p1024", "0x1.fffffffffffffp1023", "0x1.fffffffffffff8p1023", "0x0.00001p-1050",
+    "0x100000p1000", "0x", "0X", "0xg", "0x.", "0x.p1", "0xp1", "0x1p", "0x1p+", "0x1pz",
+    "-0x", "0x0p0", "0x1p99999999999999999999", "0x1p-99999999999999999999", "00x1",
+    // Infinities and NaNs.
+    "inf", "+inf", "-inf", "INF", "iNfInItY", "infinity", "infinit", "infinityx", "in",
+    "nan", "-nan", "NaN", "nan(123)", "nan(abc_9)", "nan(", "nan(1 2)", "nan()", "nanx",
+    "n", "-infinity "};
+
 class ParseDoubleTest : public ::testing::TestWithParam<const char*> {};
 
 TEST_P(ParseDoubleTest, AgreesWithStrtod) { expectLikeStrtod(GetParam()); }
 
-INSTANTIATE_TEST_SUITE_P(
-    Tricky, ParseDoubleTest,
-    ::testing::Values(
-        // Plain decimals and their borders.
-        "0", "3.14", "1234.5", "-0", "  -0", "+0.0", ".5", "-.5", "5.", "5.e3", ".", "-.", "+",
-        "-", "", "e5", "E5", ".e5", "1e", "1e+", "1e-", "1e+5", "1E-5", "1e5x", "1.5.5",
-        "00012.50", "1,5", "3,14", " \t\n\v\f\r42", "\xa0" "1", "--1", "+-1", "-+1", "- 1",
-        "0.000001", "123456789012345678901234567890", "0.1e1", "1_000",
-        // Exponents out of range, overflow and underflow.
-        "1e308", "1.7976931348623157e308", "1.7976931348623158e308", "1.7976931348623159e308",
-        "1e309", "1e400", "-1e400", "1e-400", "-1e-400", "1e-310", "-1e-310", "4.9e-324",
-        "2.4703282292062328e-324", "2.4703282292062327e-324", "3e-324", "2e-324",
-        "1e99999999999999999999", "1e-99999999999999999999", "0e99999", "0.0e-99999",
-        "0.00000000000000000000000000000000000000001e-290", "1000000000000000000000e288",
-        "0.0000001e316", "99999999999999999999e300",
-        // Hexadecimal floats.
-        "0x1p3", "0X1P-3", "0x1.8p1", "0x.8p1", "0x1.", "0x1.p1", "0xA", "0xaBc.Def",
-        "-0x1p-1074", "0x1p-1075", "0x1.8p-1075", "0x1p-1080", "0x1p1023", "0x1p1024",
-        "-0x1p1024", "0x1.fffffffffffffp1023", "0x1.fffffffffffff8p1023", "0x0.00001p-1050",
-        "0x100000p1000", "0x", "0X", "0xg", "0x.", "0x.p1", "0xp1", "0x1p", "0x1p+", "0x1pz",
-        "-0x", "0x0p0", "0x1p99999999999999999999", "0x1p-99999999999999999999", "00x1",
-        // Infinities and NaNs.
-        "inf", "+inf", "-inf", "INF", "iNfInItY", "infinity", "infinit", "infinityx", "in",
-        "nan", "-nan", "NaN", "nan(123)", "nan(abc_9)", "nan(", "nan(1 2)", "nan()", "nanx",
-        "n", "-infinity "));
+INSTANTIATE_TEST_SUITE_P(Tricky, ParseDoubleTest, ::testing::ValuesIn(kTrickyDoubles));
 
 // Random texts built from the pieces a number is made of: every one must
-// convert as strtod converts it.
-TEST(ParseDoubleTest, AgreesWithStrtodOnRandomTexts) {
-  const char* const pieces[] = {"0", "1", "5", "9", "00", "123", ".", "e", "E", "+", "-",
+// convert as strtod converts it in the "C" locale.
+void expectRandomTextsLikeStrtod(uint32_t seed) {
+  const char* const pieces[] = {"0", "1", "5", "9", "00", "123", ".", ",", "e", "E", "+", "-",
                                 "p", "P", "x", "0x", "a", "f", "F", " ", "\t", "inf", "nan",
                                 "e3", "e-3", "e400", "e-400", "p-1074", "p1024", "9999999999"};
-  std::mt19937 random(20240611);
+  std::mt19937 random(seed);
   std::uniform_int_distribution<size_t> pick(0, std::size(pieces) - 1);
   std::uniform_int_distribution<int> length(1, 8);
   for (int i = 0; i < 20000; ++i) {
     std::string text;
     for (int n = length(random); n > 0; --n) text += pieces[pick(random)];
     expectLikeStrtod(text);
-    if (HasFailure()) break;
+    if (::testing::Test::HasFailure()) break;
   }
 }
+
+TEST(ParseDoubleTest, AgreesWithStrtodOnRandomTexts) { expectRandomTextsLikeStrtod(20240611); }
 
 TEST(ParseDoubleTest, NothingConvertedLeavesZeroAndTheStart) {
   const char* text = "  +x";
@@ -269,6 +281,9 @@ TEST(LocaleTest, DecimalCommaLocaleChangesNothing) {
   EXPECT_EQ(wzAtof("-2.5e3"), -2500.0);
   EXPECT_EQ(wzAtoi(" 1.234"), 1);
   EXPECT_TRUE(wzMatchKeyword("insel", "INSEL"));
+  // Everything else converts as in the "C" locale too.
+  for (const char* text : kTrickyDoubles) expectLikeStrtod(text);
+  expectRandomTextsLikeStrtod(7);
 }
 
 }  // namespace
