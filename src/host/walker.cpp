@@ -1,0 +1,382 @@
+#include "walker.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace wzss::host {
+namespace {
+
+// Largest text buffer the walker hands out: a display text is one cell's
+// value with its continuation lines, far below this; anything larger is a
+// request the walker answers with null, as the contract allows.
+constexpr intptr_t kMaxTextBuffer = intptr_t{1} << 30;
+// Largest content stream readContentLines reads when the stream gives no length.
+constexpr uint64_t kMaxUnsizedContent = uint64_t{1} << 30;
+constexpr size_t kReadChunk = 64 * 1024;
+constexpr int32_t kFilterReplacePageSize = 2;
+
+WalkError failure(WalkErrorKind kind, std::string message) { return {kind, std::move(message)}; }
+
+std::string sheetLabel(const SheetInfo& sheet) {
+  return "sheet " + std::to_string(sheet.number) + " (\"" + sheet.name + "\")";
+}
+
+Font fontOf(const FontRecord& record) {
+  Font font;
+  font.name.assign(record.name, strnlen(record.name, sizeof record.name));
+  font.size = record.size;
+  font.bold = record.bold != 0;
+  font.italic = record.italic != 0;
+  font.underline = record.underline != 0;
+  font.charSet = record.charSet;
+  font.pitchAndFamily = record.pitchAndFamily;
+  return font;
+}
+
+template <class Record>
+Borders bordersOf(const Record& r) {
+  return Borders{{r.leftStyle, r.leftColor},
+                 {r.topStyle, r.topColor},
+                 {r.rightStyle, r.rightColor},
+                 {r.bottomStyle, r.bottomColor}};
+}
+
+Settings settingsOf(const SheetItemSettings& s) {
+  Settings out;
+  out.settingsCode = s.settingsCode;
+  out.maxRow = s.maxRow;
+  out.maxColumn = s.maxColumn;
+  out.presetA = s.presetA;
+  out.presetB = s.presetB;
+  out.defaultColumnWidth = s.defaultColumnWidth;
+  out.defaultFontHeight = s.defaultFontHeight;
+  out.presetC = s.presetC;
+  out.presetD = s.presetD;
+  out.presetE = s.presetE;
+  out.presetF = s.presetF;
+  out.presetG = s.presetG;
+  out.hasFont = s.hasFont;
+  out.font = fontOf(s.font);
+  out.hasFill = s.hasFill;
+  out.presetH = s.presetH;
+  return out;
+}
+
+}  // namespace
+
+// ---------------------------------------------------------------------------
+// One open sheet: the buffers and fills of the sheet callback
+// ---------------------------------------------------------------------------
+
+struct Walker::Session {
+  // Buffers live until the sheet is closed and are reused from item to item:
+  // a cell needs one, and its text is copied out before the next item.
+  std::vector<std::unique_ptr<char[]>> buffers;
+  std::vector<uint32_t> capacities;
+  size_t used = 0;  // buffers handed out for the current item
+  std::vector<FillInfo> fills;
+  SheetStats stats;
+
+  void startItem() { used = 0; }
+
+  char* textBuffer(intptr_t size) {
+    ++stats.textBuffers;
+    if (size <= 0 || size > kMaxTextBuffer) return nullptr;
+    const auto need = static_cast<uint32_t>(size);
+    if (used == buffers.size()) {
+      buffers.emplace_back();
+      capacities.push_back(0);
+    }
+    if (capacities[used] < need) {
+      // Grow to a power of two so a sheet settles on a few buffers quickly.
+      uint32_t capacity = 64;
+      while (capacity < need) capacity *= 2;
+      buffers[used] = std::make_unique<char[]>(capacity);
+      capacities[used] = capacity;
+    }
+    return buffers[used++].get();
+  }
+
+  int32_t registerFill(const FillInfo& fill) {
+    ++stats.fills;
+    fills.push_back(fill);
+    return static_cast<int32_t>(fills.size());
+  }
+
+  // The text of a buffer handed out for this item, read no further than the
+  // item's length and the buffer's capacity.
+  std::optional<std::string> textAt(const char* text, uint32_t length) const {
+    for (size_t i = 0; i < used; ++i) {
+      if (buffers[i].get() != text) continue;
+      const size_t bound = std::min<size_t>(length, capacities[i]);
+      return std::string(text, strnlen(text, bound));
+    }
+    return std::nullopt;
+  }
+
+  std::optional<FillInfo> fillNumbered(int32_t number) const {
+    if (number < 1 || static_cast<size_t>(number) > fills.size()) return std::nullopt;
+    return fills[static_cast<size_t>(number) - 1];
+  }
+};
+
+intptr_t Walker::callback(uintptr_t cookie, int32_t op, intptr_t argument, intptr_t) {
+  auto& session = *reinterpret_cast<Session*>(cookie);
+  switch (op) {
+    case WZSS_CALLBACK_TEXT_BUFFER:
+      return reinterpret_cast<intptr_t>(session.textBuffer(argument));
+    case WZSS_CALLBACK_FILL:
+      if (argument == 0) return 0;
+      return session.registerFill(*reinterpret_cast<const FillInfo*>(argument));
+    default:
+      return 0;
+  }
+}
+
+// ---------------------------------------------------------------------------
+// Object content
+// ---------------------------------------------------------------------------
+
+ObjectContent& ObjectContent::operator=(ObjectContent&& other) noexcept {
+  if (this != &other) {
+    reset();
+    services_ = other.services_;
+    descriptor_ = std::exchange(other.descriptor_, nullptr);
+  }
+  return *this;
+}
+
+void ObjectContent::reset() {
+  if (descriptor_ == nullptr) return;
+  StreamInterface* stream = descriptor_->content;
+  if (stream != nullptr && stream->Release != nullptr) stream->Release(stream);
+  if (services_ != nullptr) services_->allocator.Free(&services_->allocator, descriptor_);
+  descriptor_ = nullptr;
+}
+
+bool readContentLines(StreamInterface* content,
+                      const std::function<void(std::string_view line, bool newline)>& onLine) {
+  if (content == nullptr || content->Open == nullptr || content->Read == nullptr) return false;
+  if (content->Open(content) == 0) return false;
+  const uint64_t limit = content->streamLength != 0 ? content->streamLength : kMaxUnsizedContent;
+  std::string bytes;
+  std::vector<char> chunk(kReadChunk);
+  while (bytes.size() < limit) {
+    const auto want = static_cast<int32_t>(std::min<uint64_t>(chunk.size(), limit - bytes.size()));
+    const int got = content->Read(content, chunk.data(), want);
+    if (got <= 0) break;
+    bytes.append(chunk.data(), static_cast<size_t>(std::min(got, want)));
+  }
+  // The filter works on the entry of the stream opened last, so it runs
+  // while this stream is still the open one.
+  std::vector<char> line;
+  size_t start = 0;
+  while (start < bytes.size()) {
+    const size_t end = bytes.find('\n', start);
+    const bool newline = end != std::string::npos;
+    const size_t length = (newline ? end : bytes.size()) - start;
+    if (content->FilterLine == nullptr) {
+      onLine(std::string_view(bytes).substr(start, length), newline);
+    } else {
+      line.assign(std::max<size_t>(length + 1, WZSS_FILTER_LINE_MIN), '\0');
+      std::memcpy(line.data(), bytes.data() + start, length);
+      const char* used = content->FilterLine(content, line.data(), kFilterReplacePageSize);
+      if (used == nullptr) used = line.data();
+      // The filter returns the line itself or a NUL-terminated replacement.
+      const size_t usedLength =
+          used == line.data() ? strnlen(used, line.size()) : std::strlen(used);
+      onLine(std::string_view(used, usedLength), newline);
+    }
+    start += length + (newline ? 1 : 0);
+  }
+  if (content->Close != nullptr) content->Close(content);
+  return true;
+}
+
+std::optional<std::string> contentSizeText(StreamInterface* content) {
+  if (content == nullptr || content->FilterLine == nullptr || content->Open == nullptr)
+    return std::nullopt;
+  if (content->Open(content) == 0) return std::nullopt;
+  char line[WZSS_FILTER_LINE_MIN + 4] = "KD_PAGESIZE";
+  const char* used = content->FilterLine(content, line, kFilterReplacePageSize);
+  std::string text = used != nullptr ? std::string(used, strnlen(used, sizeof line)) : line;
+  if (content->Close != nullptr) content->Close(content);
+  return text;
+}
+
+// ---------------------------------------------------------------------------
+// The walk
+// ---------------------------------------------------------------------------
+
+Walker::Walker(const SSReaderInterface& table, StreamInterface* document, HostServices* services,
+               WalkOptions options)
+    : table_(table), document_(document), services_(services), options_(options) {}
+
+Walker::~Walker() {
+  if (reader_ != nullptr) table_.CloseReader(reader_);
+}
+
+Result<std::vector<SheetInfo>> Walker::open() {
+  if (reader_ != nullptr) return sheets_;
+  if (table_.AllocateReader == nullptr || table_.CloseReader == nullptr ||
+      table_.GetWorkSheetInfo == nullptr || table_.InitSheet == nullptr ||
+      table_.ProcessSheet == nullptr || table_.CloseSheet == nullptr)
+    return failure(WalkErrorKind::BadTable, "the plug-in's entry-point table is incomplete");
+
+  reader_ = table_.AllocateReader(nullptr, 0, document_, services_, 0, options_.readerFlags);
+  if (reader_ == nullptr)
+    return failure(WalkErrorKind::ReaderNotAllocated, "the plug-in could not allocate a reader");
+
+  WorkbookInfo info{};
+  const int32_t described = table_.GetWorkSheetInfo(reader_, &info, 0);
+  if (described == 0 && info.sheets == nullptr)
+    return failure(WalkErrorKind::NotAWorkbook, "not a workbook of this format");
+  if (described == 0)
+    return failure(WalkErrorKind::IncompleteWorkbook,
+                   "the workbook's prologue could not be read to its end");
+
+  sheets_.clear();
+  for (uint32_t i = 0; info.sheets != nullptr && i < info.sheetCount; ++i) {
+    const SheetEntry& entry = info.sheets[i];
+    SheetInfo sheet;
+    sheet.number = i + 1;
+    sheet.name.assign(entry.name, strnlen(entry.name, sizeof entry.name));
+    sheet.nameLength = entry.nameLength;
+    sheet.kind = entry.kind;
+    sheet.viewPos = entry.viewPos;
+    sheets_.push_back(std::move(sheet));
+  }
+  return sheets_;
+}
+
+namespace {
+
+// Closes the sheet however the walk ends, visitor exceptions included.
+struct OpenSheet {
+  const SSReaderInterface& table;
+  SheetReader* sheet;
+  ~OpenSheet() { table.CloseSheet(sheet); }
+};
+
+}  // namespace
+
+Result<SheetStats> Walker::walkSheet(size_t index, SheetVisitor& visitor) {
+  if (reader_ == nullptr)
+    return failure(WalkErrorKind::NoSuchSheet, "the workbook has not been opened");
+  if (index >= sheets_.size())
+    return failure(WalkErrorKind::NoSuchSheet,
+                   "no sheet " + std::to_string(index + 1) + " (the workbook has " +
+                       std::to_string(sheets_.size()) + ")");
+  const SheetInfo& info = sheets_[index];
+  Session session;
+  SheetReader* sheet =
+      table_.InitSheet(reader_, reinterpret_cast<uintptr_t>(&session), info.viewPos,
+                       &Walker::callback, options_.sheetFlags);
+  if (sheet == nullptr)
+    return failure(WalkErrorKind::SheetNotOpened, sheetLabel(info) + " cannot be opened");
+  OpenSheet guard{table_, sheet};
+
+  visitor.beginSheet(info);
+  // One record for the whole sheet: the plug-in leaves fields of earlier
+  // items in it on purpose (formatted empty cells rely on that).
+  SheetItem raw{};
+  for (;;) {
+    session.startItem();
+    const int32_t more = table_.ProcessSheet(sheet, &raw);
+    if (more < 0) return failure(WalkErrorKind::SheetLost, sheetLabel(info) + " was lost by the plug-in");
+    if (more != 0) break;
+    ++session.stats.items;
+    if (options_.maxItemsPerSheet != 0 && session.stats.items > options_.maxItemsPerSheet)
+      return failure(WalkErrorKind::TooManyItems,
+                     sheetLabel(info) + " yields more than " +
+                         std::to_string(options_.maxItemsPerSheet) + " items");
+
+    std::optional<Item> item;
+    switch (raw.itemType) {
+      case WZSS_ITEM_SETTINGS:
+        item = settingsOf(raw.settings);
+        break;
+      case WZSS_ITEM_OPTION:
+        item = Option{raw.option.option};
+        break;
+      case WZSS_ITEM_ROW_RUN:
+        item = RowRun{raw.run.first, raw.run.last, raw.run.size};
+        break;
+      case WZSS_ITEM_COLUMN_RUN:
+        item = ColumnRun{raw.run.first, raw.run.last, raw.run.size};
+        break;
+      case WZSS_ITEM_CELL: {
+        const SheetItemCell& c = raw.cell;
+        Cell cell;
+        cell.column = c.column;
+        cell.row = c.row;
+        cell.textLength = c.textLength;
+        if (c.text != nullptr) {
+          cell.text = session.textAt(c.text, c.textLength);
+          if (!cell.text)
+            return failure(WalkErrorKind::ForeignText,
+                           sheetLabel(info) + ": a cell's text is no buffer the host handed out");
+        }
+        cell.align = c.align;
+        cell.backColor = c.backColor;
+        cell.textColor = c.textColor;
+        cell.hasBorder = c.hasBorder;
+        cell.borders = bordersOf(c);
+        cell.hasFont = c.hasFont;
+        cell.font = fontOf(c.font);
+        cell.hasFill = c.hasFill;
+        cell.fill = session.fillNumbered(c.hasFill);
+        cell.cellFlag = c.cellFlag;
+        cell.cellKind = c.cellKind;
+        cell.cellExtra = c.cellExtra;
+        item = std::move(cell);
+        break;
+      }
+      case WZSS_ITEM_OBJECT: {
+        const SheetItemObject& o = raw.object;
+        Object object;
+        object.objectKind = o.objectKind;
+        object.topColumn = o.topColumn;
+        object.topRow = o.topRow;
+        object.bottomColumn = o.bottomColumn;
+        object.bottomRow = o.bottomRow;
+        object.topX = o.topX;
+        object.topY = o.topY;
+        object.bottomX = o.bottomX;
+        object.bottomY = o.bottomY;
+        object.hasBorder = o.hasBorder;
+        object.borders = bordersOf(o);
+        object.word156 = o.word156;
+        if (o.descriptor != nullptr) {
+          const ObjectDescriptor& d = *o.descriptor;
+          object.hasDescriptor = true;
+          object.descriptorKind = d.descriptorKind;
+          object.frameStyle = d.frameStyle;
+          object.frameColor = d.frameColor;
+          object.descriptorPreset = d.descriptorPreset;
+          object.content = ObjectContent(services_, o.descriptor);
+        }
+        item = std::move(object);
+        break;
+      }
+      default:
+        return failure(WalkErrorKind::UnknownItem,
+                       sheetLabel(info) + ": unknown item type " + std::to_string(raw.itemType));
+    }
+    // The item, and any object content the visitor left in it, dies here,
+    // before the next pull and before the sheet is closed.
+    if (!visitor.item(info, *item)) break;
+  }
+  visitor.endSheet(info, session.stats);
+  return session.stats;
+}
+
+Status Walker::walkAll(SheetVisitor& visitor) {
+  for (size_t i = 0; i < sheets_.size(); ++i) {
+    auto walked = walkSheet(i, visitor);
+    if (!walked) return walked.error();
+  }
+  return std::monostate{};
+}
+
+}  // namespace wzss::host
