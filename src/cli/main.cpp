@@ -1,0 +1,251 @@
+// wzss: reads a workbook through the plug-in and prints what it delivers.
+//
+//   wzss info FILE                  version and sheet list
+//   wzss dump FILE [--sheet N]      every item of every sheet (or of one)
+//   wzss objects FILE [--extract DIR]
+//
+// Exit status: 0 success; 1 the file (or the plug-in) cannot be opened or is
+// not a workbook of this format, with one line on stderr; 2 usage errors.
+#include <CLI/CLI.hpp>
+#include <fmt/format.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <unistd.h>
+
+#include "cli/dump_format.h"
+#include "host/file_stream.h"
+#include "host/plugin.h"
+#include "host/services.h"
+#include "host/walker.h"
+
+namespace fs = std::filesystem;
+
+namespace wzss::cli {
+namespace {
+
+constexpr int kExitOk = 0;
+constexpr int kExitFailure = 1;
+constexpr int kExitUsage = 2;
+constexpr size_t kOutputFlush = 64 * 1024;
+
+// The plug-in installed next to the command: <prefix>/bin/wzss loads
+// <prefix>/lib/libwzss.so.
+std::string defaultPluginPath() {
+  std::error_code error;
+  const fs::path self = fs::read_symlink("/proc/self/exe", error);
+  if (error) return "libwzss.so";
+  return (self.parent_path() / ".." / "lib" / "libwzss.so").lexically_normal().string();
+}
+
+int fail(const std::string& subject, const std::string& reason) {
+  fmt::print(stderr, "wzss: {}: {}\n", subject, reason);
+  return kExitFailure;
+}
+
+// Lines go to stdout through one buffer; the walk produces many short lines.
+class Output {
+ public:
+  ~Output() { flush(); }
+  void line(std::string_view text) {
+    buffer_.append(text);
+    buffer_.push_back('\n');
+    if (buffer_.size() >= kOutputFlush) flush();
+  }
+  bool flush() {
+    if (!buffer_.empty() && std::fwrite(buffer_.data(), 1, buffer_.size(), stdout) != buffer_.size())
+      ok_ = false;
+    buffer_.clear();
+    return ok_ && std::fflush(stdout) == 0;
+  }
+
+ private:
+  std::string buffer_;
+  bool ok_ = true;
+};
+
+// The file opened through the plug-in, with its sheet list.
+struct Workbook {
+  std::unique_ptr<host::FileStream> file;
+  host::Services services;
+  std::unique_ptr<host::Walker> walker;
+};
+
+int openWorkbook(const host::Plugin& plugin, const std::string& path, Workbook& book) {
+  std::string error;
+  book.file = host::FileStream::open(path, &error);
+  if (!book.file) return fail(path, "cannot open: " + error);
+  // Linked objects name their files relative to the workbook's folder.
+  book.services.setBaseFolder(fs::path(path).parent_path().string());
+  book.walker = std::make_unique<host::Walker>(plugin.table(), book.file->get(), book.services.get());
+  auto sheets = book.walker->open();
+  if (!sheets) return fail(path, sheets.error().message);
+  return kExitOk;
+}
+
+std::string readFirstBytes(const std::string& path, size_t count) {
+  std::ifstream in(path, std::ios::binary);
+  std::string bytes(count, '\0');
+  in.read(bytes.data(), static_cast<std::streamsize>(count));
+  bytes.resize(static_cast<size_t>(in.gcount()));
+  return bytes;
+}
+
+int runInfo(const host::Plugin& plugin, const std::string& path, Output& out) {
+  Workbook book;
+  if (int status = openWorkbook(plugin, path, book); status != kExitOk) return status;
+  constexpr size_t kHeaderBytes = 64;
+  const std::string digits = headerVersion(readFirstBytes(path, kHeaderBytes));
+  out.line(fmt::format("version {} code {}", quoteText(digits), versionCode(digits)));
+  out.line(fmt::format("sheets {}", book.walker->sheets().size()));
+  for (const auto& sheet : book.walker->sheets()) out.line(sheetLine(sheet));
+  return kExitOk;
+}
+
+class DumpVisitor : public host::SheetVisitor {
+ public:
+  explicit DumpVisitor(Output& out) : out_(out) {}
+  void beginSheet(const host::SheetInfo& sheet) override { out_.line(sheetLine(sheet)); }
+  bool item(const host::SheetInfo&, host::Item& item) override {
+    out_.line(itemLine(item));
+    return true;
+  }
+
+ private:
+  Output& out_;
+};
+
+int runDump(const host::Plugin& plugin, const std::string& path, int sheetNumber, Output& out) {
+  Workbook book;
+  if (int status = openWorkbook(plugin, path, book); status != kExitOk) return status;
+  DumpVisitor visitor(out);
+  const auto& sheets = book.walker->sheets();
+  if (sheetNumber != 0) {
+    if (sheetNumber < 1 || static_cast<size_t>(sheetNumber) > sheets.size()) {
+      fmt::print(stderr, "wzss: {}: no sheet {} (the workbook has {})\n", path, sheetNumber,
+                 sheets.size());
+      return kExitUsage;
+    }
+    auto walked = book.walker->walkSheet(static_cast<size_t>(sheetNumber - 1), visitor);
+    if (!walked) return fail(path, walked.error().message);
+    return kExitOk;
+  }
+  auto walked = book.walker->walkAll(visitor);
+  if (!walked) return fail(path, walked.error().message);
+  return kExitOk;
+}
+
+// Lists the objects of each sheet; stops a sheet at its first cell, since
+// objects come before cells.
+class ObjectVisitor : public host::SheetVisitor {
+ public:
+  ObjectVisitor(Output& out, std::string extractDir) : out_(out), dir_(std::move(extractDir)) {}
+
+  void beginSheet(const host::SheetInfo&) override { count_ = 0; }
+  bool item(const host::SheetInfo& sheet, host::Item& item) override {
+    if (std::holds_alternative<host::Cell>(item)) return false;
+    auto* object = std::get_if<host::Object>(&item);
+    if (object == nullptr) return true;
+    ++count_;
+    std::string line = fmt::format("sheet {} object {} {}", sheet.number, count_,
+                                   objectFields(*object));
+    if (!dir_.empty() && object->content.stream() != nullptr) {
+      const fs::path target = fs::path(dir_) / fmt::format("{}-{}.txt", sheet.number, count_);
+      if (extract(object->content.stream(), target))
+        line += " -> " + target.string();
+      else
+        failedFile_ = target.string();
+    }
+    out_.line(line);
+    return failedFile_.empty();
+  }
+  const std::string& failedFile() const { return failedFile_; }
+
+ private:
+  static bool extract(StreamInterface* content, const fs::path& target) {
+    std::ofstream file(target, std::ios::binary);
+    if (!file) return false;
+    const bool read = host::readContentLines(content, [&file](std::string_view line, bool newline) {
+      file.write(line.data(), static_cast<std::streamsize>(line.size()));
+      if (newline) file.put('\n');
+    });
+    file.close();
+    return read && !file.fail();
+  }
+
+  Output& out_;
+  std::string dir_;
+  int count_ = 0;
+  std::string failedFile_;
+};
+
+int runObjects(const host::Plugin& plugin, const std::string& path, const std::string& extractDir,
+               Output& out) {
+  if (!extractDir.empty()) {
+    std::error_code error;
+    fs::create_directories(extractDir, error);
+    if (error) return fail(extractDir, "cannot create: " + error.message());
+  }
+  Workbook book;
+  if (int status = openWorkbook(plugin, path, book); status != kExitOk) return status;
+  ObjectVisitor visitor(out, extractDir);
+  auto walked = book.walker->walkAll(visitor);
+  if (!visitor.failedFile().empty()) return fail(visitor.failedFile(), "cannot write the drawing");
+  if (!walked) return fail(path, walked.error().message);
+  return kExitOk;
+}
+
+int run(int argc, char** argv) {
+  CLI::App app{"wzss: reads a spreadsheet workbook through the wzss plug-in and prints "
+               "what the plug-in delivers"};
+  app.set_version_flag("--version", "wzss " WZSS_VERSION);
+  std::string pluginPath = defaultPluginPath();
+  app.add_option("--plugin", pluginPath, "The plug-in to load")->capture_default_str();
+  app.require_subcommand(1);
+
+  std::string file;
+  int sheetNumber = 0;
+  std::string extractDir;
+
+  CLI::App* info = app.add_subcommand("info", "Print the header version and the sheet list");
+  info->add_option("FILE", file, "Workbook file")->required();
+  CLI::App* dump = app.add_subcommand("dump", "Print every item of every sheet, one per line");
+  dump->add_option("FILE", file, "Workbook file")->required();
+  dump->add_option("--sheet", sheetNumber, "Only this sheet (numbered from 1)")
+      ->check(CLI::PositiveNumber);
+  CLI::App* objects = app.add_subcommand("objects", "List the graphic objects of every sheet");
+  objects->add_option("FILE", file, "Workbook file")->required();
+  objects->add_option("--extract", extractDir,
+                      "Write each drawing to DIR/<sheet>-<n>.txt, page-size line replaced");
+
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::CallForHelp& e) {
+    return app.exit(e);
+  } catch (const CLI::CallForAllHelp& e) {
+    return app.exit(e);
+  } catch (const CLI::CallForVersion& e) {
+    return app.exit(e);
+  } catch (const CLI::ParseError& e) {
+    app.exit(e);
+    return kExitUsage;
+  }
+
+  const host::Plugin plugin = host::Plugin::load(pluginPath);
+  if (!plugin.ok()) return fail("plug-in", plugin.error());
+
+  Output out;
+  int status = kExitOk;
+  if (info->parsed()) status = runInfo(plugin, file, out);
+  if (dump->parsed()) status = runDump(plugin, file, sheetNumber, out);
+  if (objects->parsed()) status = runObjects(plugin, file, extractDir, out);
+  if (!out.flush() && status == kExitOk) return fail("stdout", "write error");
+  return status;
+}
+
+}  // namespace
+}  // namespace wzss::cli
+
+int main(int argc, char** argv) { return wzss::cli::run(argc, argv); }
