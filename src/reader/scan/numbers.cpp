@@ -113,7 +113,8 @@ int64_t leadingDigitScale(const char* p, const char* end, int digitBits, char ex
 }
 
 double outOfRangeValue(const char* begin, const char* end, bool hex) {
-  const int64_t scale = hex ? leadingDigitScale(begin, end, 4, 'p') : leadingDigitScale(begin, end, 1, 'e');
+  const int64_t scale =
+      hex ? leadingDigitScale(begin, end, 4, 'p') : leadingDigitScale(begin, end, 1, 'e');
   return scale >= 0 ? HUGE_VAL : 0.0;
 }
 
@@ -136,8 +137,9 @@ const char* skipNanPayload(const char* p) {
   return *q == ')' ? q + 1 : p;
 }
 
-// "inf", "infinity" and "nan"; from_chars would accept them too, but it
-// must never see a text whose sign was already taken.
+// "inf", "infinity" and "nan" are read here: from_chars is only handed texts
+// that begin with a digit or a point, so a second sign ("--1", "-+inf") can
+// never slip through it after ours was taken.
 bool convertInfOrNan(const char* p, double* value, const char** end) {
   if (wzMatchKeyword(p, "infinity")) {
     *value = std::numeric_limits<double>::infinity();

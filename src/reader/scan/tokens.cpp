@@ -40,7 +40,9 @@ bool skipBlanks(const char** cursor) {
 // A nibble written as a letter 'a'..'p'. Any other byte counts by its
 // distance from 'a' taken modulo 16 (unsigned arithmetic keeps that
 // non-negative for bytes below 'a').
-unsigned nibble(char c) { return (static_cast<unsigned char>(c) - static_cast<unsigned>('a')) % 16u; }
+unsigned nibble(char c) {
+  return (static_cast<unsigned char>(c) - static_cast<unsigned>('a')) % 16u;
+}
 
 int32_t saturatingDecimalStep(int32_t value, char digit) {
   const int32_t d = digit - '0';
