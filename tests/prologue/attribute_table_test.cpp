@@ -34,14 +34,14 @@ TEST(AttributeTableTest, KeepsLinesWithAFillAndBorderPart) {
   } cases[] = {
       {"(F2|B|L1)", true},
       {"(F2||SH3FG5)", true},
-      {"(F2|B|", true},        // the line ends right after the second '|'
+      {"(F2|B|", true},  // the line ends right after the second '|'
       {"||", true},
-      {"(F2|B|)", false},      // empty third field
+      {"(F2|B|)", false},  // empty third field
       {"(G0|P10,T0|)", false},
-      {"(F2|B)", false},       // one '|'
-      {"(F2)", false},         // none
+      {"(F2|B)", false},  // one '|'
+      {"(F2)", false},    // none
       {"", false},
-      {"(F2|B|L1|x)", true},   // only the second '|' counts
+      {"(F2|B|L1|x)", true},  // only the second '|' counts
       {"(F2|B|)|L1", false},
   };
   for (const Case& c : cases) {

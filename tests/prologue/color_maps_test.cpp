@@ -37,8 +37,7 @@ INSTANTIATE_TEST_SUITE_P(
     Layouts, ColorEntryTest,
     ::testing::Values(
         // A word and seven numbers: the inks are numbers 3 to 6.
-        EntryCase{"Red 1 0 0 255 255 0 0", 255, 0, 0},
-        EntryCase{"Black 0 0 0 0 0 255 0", 0, 0, 0},
+        EntryCase{"Red 1 0 0 255 255 0 0", 255, 0, 0}, EntryCase{"Black 0 0 0 0 0 255 0", 0, 0, 0},
         EntryCase{"Mixed 9 9 10 20 30 40 99", 205, 195, 185},
         // A word and six numbers: the inks are numbers 2 to 5.
         EntryCase{"Blue 5 255 255 0 0 0", 0, 0, 255},
@@ -52,10 +51,8 @@ INSTANTIATE_TEST_SUITE_P(
         // Negative inks push a component past 255: its low 8 bits are kept.
         EntryCase{"Neg 1 0 -10 0 0 0 0", 9, 255, 255},
         // Fewer numbers than a layout needs: the missing inks count as 0.
-        EntryCase{"Short 1", 255, 255, 255},
-        EntryCase{"Short 1 100 50", 155, 205, 255},
-        EntryCase{"", 255, 255, 255},
-        EntryCase{"Words only here", 255, 255, 255},
+        EntryCase{"Short 1", 255, 255, 255}, EntryCase{"Short 1 100 50", 155, 205, 255},
+        EntryCase{"", 255, 255, 255}, EntryCase{"Words only here", 255, 255, 255},
         EntryCase{"Two words 5 10 20", 245, 235, 255},
         // Numbers in other notations are read as formatted decimal input.
         EntryCase{"Plus 1 +10 +20 +30 0", 245, 235, 225},
@@ -71,7 +68,9 @@ TEST(ColorMapTest, EndLineMatchesInAnyCase) {
 
 TEST(ColorMapTest, ThreeHundredLinesStoreTheLimitAndDropOneLine) {
   std::string text = "COLORMAP\n";
-  for (int i = 1; i <= 300; ++i) text += "Entry" + std::to_string(i) + " " + std::to_string(i) + " 0 0 0 " + std::to_string(i % 200) + " 0\n";
+  for (int i = 1; i <= 300; ++i)
+    text += "Entry" + std::to_string(i) + " " + std::to_string(i) + " 0 0 0 " +
+            std::to_string(i % 200) + " 0\n";
   text += "END COLORMAP\n";
   PrologueHost host(text);
   host.skipLine();
@@ -103,9 +102,9 @@ TEST(ColorMapTest, EndOfInput) {
 }
 
 TEST(ColorMapTest, MapsAppendInFileOrderAndLookupsUseTheFirst) {
-  PrologueHost host(joinLines({"COLORMAP", "Red 0 0 255 255 0 0", "Green 1 255 0 255 0 0",
-                               "END COLORMAP", "COLORMAP", "Blue 0 255 255 0 0 0",
-                               "END COLORMAP", "COLORMAP", "END COLORMAP"}));
+  PrologueHost host(
+      joinLines({"COLORMAP", "Red 0 0 255 255 0 0", "Green 1 255 0 255 0 0", "END COLORMAP",
+                 "COLORMAP", "Blue 0 255 255 0 0 0", "END COLORMAP", "COLORMAP", "END COLORMAP"}));
   for (int map = 0; map < 3; ++map) {
     host.skipLine();
     ASSERT_EQ(wzColorMap(host.reader.get()), 1);
@@ -120,8 +119,8 @@ TEST(ColorMapTest, MapsAppendInFileOrderAndLookupsUseTheFirst) {
   struct Case {
     int32_t n;
     uint32_t value;
-  } cases[] = {{0, 0x0000ff}, {1, 0x00ff00}, {2, 0}, {-1, 0}, {259, 0}, {260, 0},
-               {INT32_MAX, 0}, {INT32_MIN, 0}};
+  } cases[] = {{0, 0x0000ff}, {1, 0x00ff00}, {2, 0},         {-1, 0},
+               {259, 0},      {260, 0},      {INT32_MAX, 0}, {INT32_MIN, 0}};
   for (const Case& c : cases) EXPECT_EQ(wzColorValue(reader, c.n), c.value) << c.n;
 }
 

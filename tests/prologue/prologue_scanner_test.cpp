@@ -70,12 +70,14 @@ TEST(PrologueScanTest, KeywordsMatchInAnyCase) {
          EXPECT_EQ(h.reader->maxColumn, 3);
          EXPECT_EQ(h.reader->maxRow, 7);
        }},
-      {"headers and footers end", workbook({"View Start, Name: #S: ~A", "HEADERS AND FOOTERS END", "(G0||) A1: 1"}),
+      {"headers and footers end",
+       workbook({"View Start, Name: #S: ~A", "HEADERS AND FOOTERS END", "(G0||) A1: 1"}),
        [](const PrologueHost& h) {
          ASSERT_NE(h.reader->sheetStarts, nullptr);
          EXPECT_EQ(h.reader->sheetStarts[1], h.offsetOf("(G0||) A1"));
        }},
-      {"sheets table", workbook({"View Start, Name: #Old: ~A", "sheets table", "sheet A ~New~", "end"}),
+      {"sheets table",
+       workbook({"View Start, Name: #Old: ~A", "sheets table", "sheet A ~New~", "end"}),
        [](const PrologueHost& h) { EXPECT_STREQ(h.info.sheets[0].name, "New"); }},
   };
   for (const Case& c : cases) {
@@ -130,12 +132,14 @@ TEST(PrologueScanTest, SheetNamesFromViewSections) {
 }
 
 TEST(PrologueScanTest, SheetListGrowsInViewOrderAndTheReaderOwnsIt) {
-  PrologueHost host(workbook({"View Start, Name: #One: ~A", "View End,", "View Start, Name: #Two: ~B",
-                              "View End,", "View Start, Name: #Three: ~C", "View End,"}));
+  PrologueHost host(
+      workbook({"View Start, Name: #One: ~A", "View End,", "View Start, Name: #Two: ~B",
+                "View End,", "View Start, Name: #Three: ~C", "View End,"}));
   ASSERT_EQ(host.scan(), 1);
   ASSERT_EQ(host.info.sheetCount, 3u);
   const char* names[] = {"One", "Two", "Three"};
-  const char* lines[] = {"View Start, Name: #One", "View Start, Name: #Two", "View Start, Name: #Three"};
+  const char* lines[] = {"View Start, Name: #One", "View Start, Name: #Two",
+                         "View Start, Name: #Three"};
   for (int i = 0; i < 3; ++i) {
     EXPECT_STREQ(host.info.sheets[i].name, names[i]);
     EXPECT_EQ(host.info.sheets[i].viewPos, host.offsetOf(lines[i]));
@@ -147,9 +151,9 @@ TEST(PrologueScanTest, SheetListGrowsInViewOrderAndTheReaderOwnsIt) {
 TEST(PrologueScanTest, SheetsTableRenamesListedSheets) {
   PrologueHost host(workbook({"View Start, Name: #Budget: ~A", "View Start, Name: #Sales: ~B",
                               "SHEETS TABLE", "SHEET B ~Costs~", "sheet A ~~", "SHEET C ~Nobody~",
-                              "SHEET b ~LowerCaseLettersAreAnotherSheet~",
-                              "SHEET ~NoLetters~", "SHEET A ~Unclosed", "SHEET A NoTilde",
-                              "Row List A!1:0,1,1", "Row List A!2:0,1,1"}));
+                              "SHEET b ~LowerCaseLettersAreAnotherSheet~", "SHEET ~NoLetters~",
+                              "SHEET A ~Unclosed", "SHEET A NoTilde", "Row List A!1:0,1,1",
+                              "Row List A!2:0,1,1"}));
   ASSERT_EQ(host.scan(), 1);
   ASSERT_EQ(host.info.sheetCount, 2u);
   EXPECT_STREQ(host.info.sheets[0].name, "");
@@ -163,8 +167,8 @@ TEST(PrologueScanTest, SheetsTableRenamesListedSheets) {
 }
 
 TEST(PrologueScanTest, SheetsTableBeforeTheViewSectionsChangesNothing) {
-  PrologueHost host(workbook({"SHEETS TABLE", "SHEET A ~Renamed~", "END SHEETS TABLE",
-                              "View Start, Name: #Budget: ~A"}));
+  PrologueHost host(workbook(
+      {"SHEETS TABLE", "SHEET A ~Renamed~", "END SHEETS TABLE", "View Start, Name: #Budget: ~A"}));
   ASSERT_EQ(host.scan(), 1);
   ASSERT_EQ(host.info.sheetCount, 1u);
   EXPECT_STREQ(host.info.sheets[0].name, "Budget");
@@ -209,13 +213,10 @@ TEST(PrologueScanTest, BottomRightCornerSetsTheExtent) {
     const char* line;
     int32_t maxColumn, maxRow;
   } cases[] = {
-      {"Bottom right corner : L30", 12, 30},
-      {"Bottom right corner : AB7", 28, 7},
+      {"Bottom right corner : L30", 12, 30}, {"Bottom right corner : AB7", 28, 7},
       {"Bottom right corner L30", 12, 30},  // no ':': the address follows the keyword
-      {"Bottom right corner : ", -1, -1},
-      {"Bottom right corner ", -1, -1},
-      {"Bottom right corner : 30", -1, 30},
-      {"Bottom right corner : B99999999999", 2, INT32_MAX},
+      {"Bottom right corner : ", -1, -1},    {"Bottom right corner ", -1, -1},
+      {"Bottom right corner : 30", -1, 30},  {"Bottom right corner : B99999999999", 2, INT32_MAX},
   };
   for (const Case& c : cases) {
     PrologueHost host(workbook({c.line}));
@@ -284,8 +285,9 @@ TEST(PrologueScanTest, SectionsDoNotLeakKeywordsIntoTheScan) {
   // section; after the colour map's limit, its remaining lines are ignored.
   std::string colours;
   for (int i = 0; i < 262; ++i) colours += "C 0 0 0 0 1 0\n";
-  PrologueHost host(kHeader + std::string("TYPEFACE TABLE\nView Start, Name: #NotASheet\nEND TYPEFACE TABLE\n") +
-                    "COLORMAP\n" + colours + "END COLORMAP\n" + "View Start, Name: #Real: ~A\n");
+  PrologueHost host(
+      kHeader + std::string("TYPEFACE TABLE\nView Start, Name: #NotASheet\nEND TYPEFACE TABLE\n") +
+      "COLORMAP\n" + colours + "END COLORMAP\n" + "View Start, Name: #Real: ~A\n");
   ASSERT_EQ(host.scan(), 1);
   ASSERT_EQ(host.info.sheetCount, 1u);
   EXPECT_STREQ(host.info.sheets[0].name, "Real");
@@ -295,13 +297,32 @@ TEST(PrologueScanTest, SectionsDoNotLeakKeywordsIntoTheScan) {
 
 // A small prologue that allocates in every section.
 std::string smallPrologue() {
-  return workbook({"COLORMAP", "Red 0 0 255 255 0 0", "END COLORMAP", "COLORMAP", "END COLORMAP",
-                   "TYPEFACE TABLE", "Courier", "Helvetica", "END TYPEFACE TABLE",
-                   "Attr Table Start", "(F2|B|L1)", "(G0||)", "(F0||SH8FG2)", "Attr Table end",
-                   "Graphic Obj Start: 1", "Object Type: Chart", "Object Plane: A",
-                   "Graphic Obj End: 1", "View Start, Name: #One: ~A", "View End,",
-                   "View Start, Name: #Two: ~B", "View End,", "Symbols Defaults 0 0 0 0 0 10 0 0 2 3",
-                   "Bottom right corner : L30", "Headers and Footers End", "(G0||) A!A1: 1",
+  return workbook({"COLORMAP",
+                   "Red 0 0 255 255 0 0",
+                   "END COLORMAP",
+                   "COLORMAP",
+                   "END COLORMAP",
+                   "TYPEFACE TABLE",
+                   "Courier",
+                   "Helvetica",
+                   "END TYPEFACE TABLE",
+                   "Attr Table Start",
+                   "(F2|B|L1)",
+                   "(G0||)",
+                   "(F0||SH8FG2)",
+                   "Attr Table end",
+                   "Graphic Obj Start: 1",
+                   "Object Type: Chart",
+                   "Object Plane: A",
+                   "Graphic Obj End: 1",
+                   "View Start, Name: #One: ~A",
+                   "View End,",
+                   "View Start, Name: #Two: ~B",
+                   "View End,",
+                   "Symbols Defaults 0 0 0 0 0 10 0 0 2 3",
+                   "Bottom right corner : L30",
+                   "Headers and Footers End",
+                   "(G0||) A!A1: 1",
                    "(G0||) B!A1: 2"});
 }
 

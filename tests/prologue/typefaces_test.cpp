@@ -16,7 +16,8 @@ namespace {
 void presetTimes(WorkbookReader* reader) { std::strcpy(reader->defaultFont.name, "Times"); }
 
 TEST(TypefaceTest, NamesFillSlotsAndTheFirstNamesTheDefaultFont) {
-  PrologueHost host(joinLines({"TYPEFACE TABLE", "Courier", "Helvetica", "END TYPEFACE TABLE", "next"}));
+  PrologueHost host(
+      joinLines({"TYPEFACE TABLE", "Courier", "Helvetica", "END TYPEFACE TABLE", "next"}));
   presetTimes(host.reader.get());
   host.skipLine();
   ASSERT_EQ(wzFont(host.reader.get()), 1);
@@ -44,8 +45,9 @@ TEST(TypefaceTest, SymbolFontIsRenamedOnlyForTheWholeLine) {
     const char* line;
     const char* stored;
   } cases[] = {
-      {"Pictofont", "WingDings"},   {"PICTOFONT", "WingDings"}, {"pIcToFoNt", "WingDings"},
-      {"Pictofont ", "Pictofont "}, {"Pictofonts", "Pictofonts"}, {" Pictofont", " Pictofont"},
+      {"Pictofont", "WingDings"},   {"PICTOFONT", "WingDings"},
+      {"pIcToFoNt", "WingDings"},   {"Pictofont ", "Pictofont "},
+      {"Pictofonts", "Pictofonts"}, {" Pictofont", " Pictofont"},
       {"Picto", "Picto"},           {"Times New Roman", "Times New Roman"},
       {"  padded  ", "  padded  "}, {"", ""},
   };
@@ -69,9 +71,9 @@ TEST(TypefaceTest, LineEndsAreRemovedAndCarriageReturnsWithThem) {
 TEST(TypefaceTest, SecondTableReplacesTheFirstFromSlotZero) {
   // Longer, then shorter, then empty: the names a table no longer covers are
   // freed (the host's teardown finds any that leaked).
-  PrologueHost host(joinLines({"TYPEFACE TABLE", "A", "B", "C", "END TYPEFACE TABLE",
-                               "TYPEFACE TABLE", "X", "END TYPEFACE TABLE",
-                               "TYPEFACE TABLE", "END TYPEFACE TABLE"}));
+  PrologueHost host(
+      joinLines({"TYPEFACE TABLE", "A", "B", "C", "END TYPEFACE TABLE", "TYPEFACE TABLE", "X",
+                 "END TYPEFACE TABLE", "TYPEFACE TABLE", "END TYPEFACE TABLE"}));
   WorkbookReader* reader = host.reader.get();
   host.skipLine();
   ASSERT_EQ(wzFont(reader), 1);

@@ -81,7 +81,8 @@ ColorMap* appendMap(WorkbookReader* reader) {
     maps = static_cast<ColorMap*>(hostCalloc(reader->services, 1, sizeof(ColorMap)));
   } else {
     const uint32_t bytes = allocSize(uint64_t{reader->colorMapCount} + 1, sizeof(ColorMap));
-    if (bytes != 0) maps = static_cast<ColorMap*>(hostRealloc(reader->services, reader->colorMaps, bytes));
+    if (bytes != 0)
+      maps = static_cast<ColorMap*>(hostRealloc(reader->services, reader->colorMaps, bytes));
   }
   if (maps == nullptr) return nullptr;
   reader->colorMaps = maps;

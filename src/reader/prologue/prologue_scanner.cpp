@@ -38,7 +38,7 @@ constexpr size_t kBottomRightAddress = kBottomRight.size();
 constexpr uint32_t kSheetEntryKind = 16384;
 
 // Initial workbook defaults, before the attribute table and "Symbols " line.
-constexpr uint32_t kInitialFormat = 25;  // general
+constexpr uint32_t kInitialFormat = 25;    // general
 constexpr uint32_t kInitialDecimals = 10;  // floating
 constexpr uint16_t kInitialAlign = 130;
 constexpr uint32_t kWhite = 0xffffff;
@@ -84,15 +84,15 @@ void publishSheets(WorkbookReader* reader, WorkbookInfo* info, SheetEntry* sheet
 }
 
 // "View Start, Name: ": one more SheetEntry, the name up to the next ':'.
-int appendSheet(WorkbookReader* reader, WorkbookInfo* info, const char* line,
-                uint32_t linePos) {
+int appendSheet(WorkbookReader* reader, WorkbookInfo* info, const char* line, uint32_t linePos) {
   const uint32_t count = info->sheetCount;
   SheetEntry* sheets = nullptr;
   if (count == 0) {
     sheets = static_cast<SheetEntry*>(hostCalloc(reader->services, 1, sizeof(SheetEntry)));
   } else {
     const uint32_t bytes = allocSize(uint64_t{count} + 1, sizeof(SheetEntry));
-    if (bytes != 0) sheets = static_cast<SheetEntry*>(hostRealloc(reader->services, info->sheets, bytes));
+    if (bytes != 0)
+      sheets = static_cast<SheetEntry*>(hostRealloc(reader->services, info->sheets, bytes));
   }
   if (sheets == nullptr) return 0;  // the old array, if any, is still published
 
@@ -102,7 +102,8 @@ int appendSheet(WorkbookReader* reader, WorkbookInfo* info, const char* line,
   const size_t lineLength = std::strlen(line);
   const char* name = line + (lineLength < kViewNameStart ? lineLength : kViewNameStart);
   const char* colon = std::strchr(name, ':');
-  const size_t nameLength = colon != nullptr ? static_cast<size_t>(colon - name) : std::strlen(name);
+  const size_t nameLength =
+      colon != nullptr ? static_cast<size_t>(colon - name) : std::strlen(name);
   copyBounded(entry.name, sizeof entry.name, name, nameLength);
   entry.nameLength = static_cast<uint32_t>(nameLength);
   entry.nameLength2 = entry.nameLength;
@@ -148,9 +149,7 @@ void readBottomRight(WorkbookReader* reader, const char* line) {
   reader->maxRow = wzGetIntItem(&cursor);
 }
 
-uint16_t alignBits(int32_t code) {
-  return code >= 1 && code <= 3 ? kAlignBitsByCode[code] : 0;
-}
+uint16_t alignBits(int32_t code) { return code >= 1 && code <= 3 ? kAlignBitsByCode[code] : 0; }
 
 // "Symbols ": ten integers written as for "%i"; the 6th, 8th, 9th and 10th
 // are used. Reading stops at the first integer that is not there, leaving
@@ -168,7 +167,8 @@ void readSymbols(WorkbookReader* reader, const char* line) {
       case kOption: reader->sheetOption = static_cast<uint32_t>(value); break;
       case kTextAlign: reader->defaultTextAlign |= alignBits(value); break;
       case kValueAlign:
-        reader->defaultValueAlign = static_cast<uint8_t>(reader->defaultValueAlign | alignBits(value));
+        reader->defaultValueAlign =
+            static_cast<uint8_t>(reader->defaultValueAlign | alignBits(value));
         break;
       default: break;  // skipped integers
     }
