@@ -380,6 +380,24 @@ TEST(PrologueScanTest, ReleasedTablesLetASecondPassStartFresh) {
   EXPECT_EQ(host.info.sheetCount, 2u);
 }
 
+// The same sweep through the entry points: WZCloseReader must find every
+// block a failed pass left, including names and entries past the counts.
+TEST(PrologueEndToEndTest, EveryAllocationFailureIsReleasedByTheReader) {
+  uint64_t total = 0;
+  {
+    TestHost host(smallPrologue());
+    ASSERT_EQ(host.scan(), 1);
+    total = host.services.stats().allocations;
+  }
+  for (uint64_t n = 1; n <= total; ++n) {
+    SCOPED_TRACE(n);
+    TestHost host(smallPrologue());
+    host.services.failAllocation(n);
+    EXPECT_EQ(host.scan(), 0);
+    // The host's teardown closes the reader and finds no block left.
+  }
+}
+
 // Through the entry points, over the sample workbook.
 TEST(PrologueEndToEndTest, SampleWorkbook) {
   std::FILE* file = std::fopen(WZSS_SAMPLES_DIR "/budget.wzs", "rb");

@@ -38,6 +38,9 @@ const char* wzTypefaceName(const WorkbookReader* reader, int32_t n);
 // them, along with rowListPos, maxRow and maxColumn, so a further pass
 // starts from scratch. For WZCloseReader (before freeing the reader itself)
 // and before a repeated first pass. Does nothing without services.
+// Freeing by typefaceCount and attrCount alone is not enough: a section
+// reader that runs out of memory returns at once without updating its count,
+// leaving the names and entries it stored so far past the count.
 void wzReleaseTables(WorkbookReader* reader);
 
 }  // namespace wzss
