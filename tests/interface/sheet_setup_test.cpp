@@ -1,0 +1,429 @@
+// Opening a sheet: the view section, the grid's line flags, the hidden
+// count, the Row List pass, and every way an open can fail.
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "interface_fixture.h"
+
+namespace wzss::test {
+namespace {
+
+std::string viewSection(std::initializer_list<std::string_view> lines,
+                        std::string_view letters = "A") {
+  return "View Start, Name: #Sheet: ~" + std::string(letters) + "\n" + joinLines(lines) +
+         "View End,\n";
+}
+
+std::vector<int32_t> rowsWithFlag(PreparedReader& prepared, uint8_t flag) {
+  std::vector<int32_t> rows;
+  for (int32_t row = 1; row <= prepared.reader()->maxRow; ++row) {
+    if (prepared.rowFlag(row) == flag) rows.push_back(row);
+  }
+  return rows;
+}
+
+std::vector<int32_t> columnsWithFlag(PreparedReader& prepared, uint8_t flag) {
+  std::vector<int32_t> columns;
+  for (int32_t column = 1; column <= prepared.reader()->maxColumn; ++column) {
+    if (prepared.columnFlag(column) == flag) columns.push_back(column);
+  }
+  return columns;
+}
+
+// --- View lines ---------------------------------------------------------------
+
+struct WidthCase {
+  uint32_t fontSize;
+  const char* line;
+  uint32_t expected;
+};
+
+TEST(ViewSection, DefaultColumnWidthScalesByTheDefaultFont) {
+  const WidthCase cases[] = {
+      {10, "View Default Column Width 10", 1200}, {12, "View Default Column Width 10", 1440},
+      {9, "View Default Column Width 10", 1080},  {7, "View Default Column Width 10", 840},
+      {0, "View Default Column Width 10", 1200},  {1201, "View Default Column Width 10", 1200},
+      {10, "view default column width 3", 360},   {10, "View Default Column Width x", 0},
+  };
+  for (const WidthCase& c : cases) {
+    SCOPED_TRACE(testing::Message() << c.line << " at size " << c.fontSize);
+    Prologue prologue;
+    prologue.fontSize = c.fontSize;
+    PreparedReader prepared(viewSection({c.line}), prologue);
+    ASSERT_NE(prepared.open(), nullptr);
+    EXPECT_EQ(prepared.sheet()->defaultColumnWidth, c.expected);
+  }
+}
+
+TEST(ViewSection, RecordsOnlyTheFirstListLineOfEachKind) {
+  const std::string text =
+      viewSection({"View Column Widths: A:20", "View Row Heights: 1:300", "View Column Widths: B:5",
+                   "View Row Heights: 2:10"});
+  PreparedReader prepared(text);
+  ASSERT_NE(prepared.open(), nullptr);
+  EXPECT_EQ(prepared.sheet()->widthPos, offsetOf(text, "View Column Widths: "));
+  EXPECT_EQ(prepared.sheet()->heightPos, offsetOf(text, "View Row Heights: "));
+  EXPECT_EQ(prepared.sheet()->widthCount, 0u);
+  EXPECT_EQ(prepared.sheet()->heightCount, 0u);
+}
+
+TEST(ViewSection, DefaultRowHeightChangesNothing) {
+  PreparedReader prepared(viewSection({"View Default Row Height: 16"}));
+  ASSERT_NE(prepared.open(), nullptr);
+  const wzss::SheetReader* sheet = prepared.sheet();
+  EXPECT_EQ(sheet->defaultColumnWidth, 0u);
+  EXPECT_EQ(sheet->heightPos, 0u);
+  EXPECT_EQ(sheet->widthPos, 0u);
+  EXPECT_EQ(sheet->titleRowCount + sheet->titleColumnCount, 0);
+  EXPECT_EQ(sheet->hiddenCount, 30u);
+}
+
+struct RangeCase {
+  const char* line;
+  std::vector<int32_t> visible;
+};
+
+TEST(ViewSection, VisibleRowRanges) {
+  // maxRow is 20.
+  const RangeCase cases[] = {
+      {"View Rows Visible: x:3:7", {3, 4, 5, 6, 7}},
+      {"View Rows Visible: x:5", {5}},
+      {"View Rows Visible: x:7:3", {}},
+      {"View Rows Visible: x:18:99", {18, 19, 20}},
+      {"View Rows Visible: x:21:30", {}},
+      {"View Rows Visible: x:0:2", {1, 2}},
+      {"View Rows Visible: x:-4:1", {1}},
+      {"View Rows Visible: rows 4", {}},
+      {"View Rows Visible: x:", {}},
+      {"View Rows Visible: x:3:", {}},
+      {"view rows visible: x: 9 : 10", {9, 10}},
+  };
+  for (const RangeCase& c : cases) {
+    SCOPED_TRACE(c.line);
+    PreparedReader prepared(viewSection({c.line}));
+    ASSERT_NE(prepared.open(), nullptr);
+    EXPECT_EQ(rowsWithFlag(prepared, kFlagVisible), c.visible);
+    EXPECT_TRUE(columnsWithFlag(prepared, kFlagVisible).empty());
+  }
+}
+
+TEST(ViewSection, VisibleColumnRanges) {
+  // maxColumn is 10 (J).
+  const RangeCase cases[] = {
+      {"View Columns Visible: cols:C:E", {3, 4, 5}},
+      {"View Columns Visible: cols:B", {2}},
+      {"View Columns Visible: cols:E:C", {}},
+      {"View Columns Visible: cols:H:Z", {8, 9, 10}},
+      {"View Columns Visible: cols:K:L", {}},
+      {"View Columns Visible: cols::C", {1, 2, 3}},
+      {"View Columns Visible: cols:C:", {}},
+      {"View Columns Visible: cols C", {}},
+  };
+  for (const RangeCase& c : cases) {
+    SCOPED_TRACE(c.line);
+    PreparedReader prepared(viewSection({c.line}));
+    ASSERT_NE(prepared.open(), nullptr);
+    EXPECT_EQ(columnsWithFlag(prepared, kFlagVisible), c.visible);
+    EXPECT_TRUE(rowsWithFlag(prepared, kFlagVisible).empty());
+  }
+}
+
+TEST(ViewSection, RunsOfRangeLinesHandBackTheLineAfterThem) {
+  PreparedReader prepared(viewSection({"View Rows Visible: r:1:2", "View Rows Visible: r:5",
+                                       "View Title Row: 9", "View Columns Visible: c:A:B",
+                                       "View Columns Visible: c:D", "View Title Column: F"}));
+  ASSERT_NE(prepared.open(), nullptr);
+  EXPECT_EQ(rowsWithFlag(prepared, kFlagVisible), (std::vector<int32_t>{1, 2, 5}));
+  EXPECT_EQ(rowsWithFlag(prepared, kFlagTitle), (std::vector<int32_t>{9}));
+  EXPECT_EQ(columnsWithFlag(prepared, kFlagVisible), (std::vector<int32_t>{1, 2, 4}));
+  EXPECT_EQ(columnsWithFlag(prepared, kFlagTitle), (std::vector<int32_t>{6}));
+}
+
+TEST(ViewSection, AVisibleRangeAfterATitleLineDropsTheTitleMark) {
+  PreparedReader titleFirst(
+      viewSection({"View Title Row: 4", "View Title Column: B", "View Rows Visible: r:1:9",
+                   "View Columns Visible: c:A:C"}));
+  ASSERT_NE(titleFirst.open(), nullptr);
+  EXPECT_EQ(titleFirst.rowFlag(4), kFlagVisible);
+  EXPECT_EQ(titleFirst.columnFlag(2), kFlagVisible);
+  EXPECT_EQ(titleFirst.sheet()->titleRowCount, 1);
+  EXPECT_EQ(titleFirst.sheet()->titleColumnCount, 1);
+
+  PreparedReader rangeFirst(
+      viewSection({"View Rows Visible: r:1:9", "View Columns Visible: c:A:C",
+                   "View Title Row: 4", "View Title Column: B"}));
+  ASSERT_NE(rangeFirst.open(), nullptr);
+  EXPECT_EQ(rangeFirst.rowFlag(4), kFlagVisible | kFlagTitle);
+  EXPECT_EQ(rangeFirst.columnFlag(2), kFlagVisible | kFlagTitle);
+}
+
+TEST(ViewSection, TheSameTitleRowTwiceCountsTwice) {
+  PreparedReader prepared(viewSection({"View Title Row: 3", "View Title Row: 3"}));
+  ASSERT_NE(prepared.open(), nullptr);
+  EXPECT_EQ(prepared.sheet()->titleRowCount, 2);
+  EXPECT_EQ(rowsWithFlag(prepared, kFlagTitle), (std::vector<int32_t>{3}));
+}
+
+TEST(ViewSection, TitleLinesOutsideTheGridMarkNothing) {
+  PreparedReader prepared(
+      viewSection({"View Title Row: 0", "View Title Row: 21", "View Title Row: -3",
+                   "View Title Column: ", "View Title Column: 12", "View Title Column: K"}));
+  ASSERT_NE(prepared.open(), nullptr);
+  EXPECT_EQ(prepared.sheet()->titleRowCount, 3);
+  EXPECT_EQ(prepared.sheet()->titleColumnCount, 3);
+  EXPECT_EQ(prepared.sheet()->hiddenCount, 30u);
+  EXPECT_EQ(prepared.sheet()->grid[0].flags[0], 0);
+}
+
+TEST(ViewSection, HiddenCountCountsLinesWithoutFlags) {
+  PreparedReader empty(viewSection({}));
+  ASSERT_NE(empty.open(), nullptr);
+  EXPECT_EQ(empty.sheet()->hiddenCount, 30u);  // maxRow + maxColumn
+
+  PreparedReader partial(viewSection({"View Rows Visible: r:1:9", "View Title Row: 15",
+                                      "View Columns Visible: c:A:C"}));
+  ASSERT_NE(partial.open(), nullptr);
+  EXPECT_EQ(partial.sheet()->hiddenCount, (20u - 10u) + (10u - 3u));
+}
+
+TEST(ViewSection, EndOfInputEndsTheSection) {
+  PreparedReader inLines("View Start, Name: #S: ~A\nView Title Row: 2\n");
+  ASSERT_NE(inLines.open(), nullptr);
+  EXPECT_EQ(inLines.rowFlag(2), kFlagTitle);
+
+  PreparedReader inRun("View Start, Name: #S: ~A\nView Rows Visible: r:3:4\n");
+  ASSERT_NE(inRun.open(), nullptr);
+  EXPECT_EQ(rowsWithFlag(inRun, kFlagVisible), (std::vector<int32_t>{3, 4}));
+}
+
+// --- The "View Start," line ------------------------------------------------------
+
+struct SheetNumberCase {
+  const char* letters;
+  int32_t sheetNumber;
+  uint32_t sheetStart;
+};
+
+TEST(ViewStart, SheetNumberPicksTheSheetStartWhenItHasASlot) {
+  // Three sheets: slots 1 to 3, holding 100, 0 and 300.
+  const SheetNumberCase cases[] = {
+      {"A", 1, 100}, {"B", 2, 0}, {"C", 3, 300}, {"D", 4, 0}, {"Z", 26, 0}, {"", -1, 0},
+  };
+  for (const SheetNumberCase& c : cases) {
+    SCOPED_TRACE(c.letters);
+    PreparedReader prepared(viewSection({}, c.letters));
+    prepared.reader()->sheetStarts[1] = 100;
+    prepared.reader()->sheetStarts[3] = 300;
+    ASSERT_NE(prepared.open(), nullptr);
+    EXPECT_EQ(prepared.sheet()->sheetNumber, c.sheetNumber);
+    EXPECT_EQ(prepared.sheet()->sheetStart, c.sheetStart);
+  }
+}
+
+TEST(ViewStart, CountsTheObjectsOfThisSheet) {
+  Prologue prologue;
+  prologue.objectSheets = {1, 2, 2, 3, 0};
+  PreparedReader prepared(viewSection({}, "B"), prologue);
+  ASSERT_NE(prepared.open(), nullptr);
+  EXPECT_EQ(prepared.sheet()->objectCount, 2);
+  EXPECT_EQ(prepared.sheet()->objectsEmitted, 0);
+  EXPECT_EQ(prepared.sheet()->nextObject, 0);
+}
+
+intptr_t unusedCallback(uintptr_t, int32_t, intptr_t, intptr_t) { return 0; }
+
+TEST(ViewStart, CreationValues) {
+  PreparedReader prepared(viewSection({}));
+  ASSERT_NE(prepared.host.reader, nullptr);
+  ::SheetReader* handle = WZInitSheet(prepared.host.reader, 4321, 0, &unusedCallback, 6);
+  ASSERT_NE(handle, nullptr);
+  prepared.host.sheet = handle;
+  const wzss::SheetReader* sheet = prepared.sheet();
+  EXPECT_EQ(sheet->reader, prepared.reader());
+  EXPECT_EQ(sheet->stream, prepared.host.stream.get());
+  EXPECT_EQ(sheet->services, prepared.host.services.get());
+  EXPECT_EQ(sheet->hostCookie, 4321u);
+  EXPECT_EQ(sheet->callback, &unusedCallback);
+  EXPECT_EQ(sheet->sheetFlags, 6u);
+  EXPECT_EQ(sheet->state, kStateSettings);
+  EXPECT_EQ(sheet->hiddenRowScan, 1);
+  EXPECT_EQ(sheet->hiddenColumnScan, 1);
+  EXPECT_EQ(sheet->emptyScanRow, 1);
+  EXPECT_EQ(sheet->emptyScanColumn, 1);
+  EXPECT_EQ(sheet->gridRows, 21u);
+  for (uint32_t row = 0; row < sheet->gridRows; ++row) {
+    ASSERT_NE(sheet->grid[row].flags, nullptr);
+    EXPECT_EQ(sheet->grid[row].formatIds, nullptr);
+  }
+  EXPECT_EQ(prepared.reader()->openSheet, sheet);
+}
+
+// --- Failures ------------------------------------------------------------------------
+
+struct FailureCase {
+  const char* name;
+  std::string text;
+  std::function<void(PreparedReader&)> arrange;
+};
+
+TEST(OpenSheet, EveryFailureYieldsNullClosesTheStreamAndKeepsNothing) {
+  const std::string good = viewSection({"View Title Row: 1"});
+  const FailureCase cases[] = {
+      {"NotAViewStart", "View End,\n" + good, [](PreparedReader&) {}},
+      {"NoTilde", "View Start, Name: #S: A\nView End,\n", [](PreparedReader&) {}},
+      {"ShortViewStart", "View Start,\nView End,\n", [](PreparedReader&) {}},
+      {"OpenRefused", good, [](PreparedReader& p) { p.host.stream.failOpen(true); }},
+      {"SeekRefused", good, [](PreparedReader& p) { p.host.stream.failSeek(1); }},
+      {"NegativeMaxRow", good, [](PreparedReader& p) { p.reader()->maxRow = -1; }},
+      {"NegativeMaxColumn", good, [](PreparedReader& p) { p.reader()->maxColumn = -1; }},
+      {"MaxRowAtTheLimit", good, [](PreparedReader& p) { p.reader()->maxRow = INT32_MAX; }},
+      {"SlotsBeyondTheAllocator", good,
+       [](PreparedReader& p) { p.reader()->maxRow = 300'000'000; }},
+  };
+  for (const FailureCase& c : cases) {
+    SCOPED_TRACE(c.name);
+    PreparedReader prepared(c.text);
+    c.arrange(prepared);
+    const uint64_t liveBefore = prepared.host.services.stats().liveBlocks;
+    EXPECT_EQ(prepared.openAt(0), nullptr);
+    EXPECT_EQ(prepared.host.services.stats().liveBlocks, liveBefore);
+    EXPECT_EQ(prepared.host.stream.calls().closes, 1u);
+    EXPECT_EQ(prepared.reader()->openSheet, nullptr);
+  }
+}
+
+TEST(OpenSheet, ANullCloseSlotIsSkippedOnFailureToo) {
+  PreparedReader prepared("View End,\n");
+  prepared.host.stream.dropCloseSlot();
+  EXPECT_EQ(prepared.openAt(0), nullptr);
+  EXPECT_EQ(prepared.host.stream.calls().closes, 0u);
+}
+
+// Allocations of an open: the sheet reader, the slot array, one flag block
+// per slot, then the format ids of the rows the Row List names.
+TEST(OpenSheet, EveryRefusedAllocationIsSurvived) {
+  const std::string text = viewSection({"View Rows Visible: r:1:4"}) +
+                           joinLines({"Row List A!2:0,1,5", "Row List A!4:2,3,6"});
+  Prologue prologue;
+  prologue.maxRow = 4;
+  prologue.maxColumn = 5;
+  const uint64_t gridAllocations = 2 + 5;
+  const uint64_t openAllocations = gridAllocations + 2;
+  {
+    PreparedReader probe(text, prologue);
+    const uint64_t before = probe.host.services.stats().allocations;
+    ASSERT_NE(probe.open(), nullptr);
+    ASSERT_EQ(probe.host.services.stats().allocations - before, openAllocations);
+  }
+  for (uint64_t k = 1; k <= openAllocations; ++k) {
+    SCOPED_TRACE(k);
+    PreparedReader prepared(text, prologue);
+    const uint64_t before = prepared.host.services.stats().allocations;
+    const uint64_t liveBefore = prepared.host.services.stats().liveBlocks;
+    prepared.host.services.failAllocation(before + k);
+    ::SheetReader* sheet = prepared.open();
+    if (k <= gridAllocations) {
+      EXPECT_EQ(sheet, nullptr);
+      EXPECT_EQ(prepared.host.services.stats().liveBlocks, liveBefore);
+      // Without the sheet reader the stream was never opened.
+      EXPECT_EQ(prepared.host.stream.calls().opens, k == 1 ? 0u : 1u);
+      EXPECT_EQ(prepared.host.stream.calls().closes, prepared.host.stream.calls().opens);
+      continue;
+    }
+    // A refused format id block ends the Row List pass; the sheet opens.
+    ASSERT_NE(sheet, nullptr);
+    EXPECT_EQ(prepared.sheet()->grid[2].formatIds != nullptr, k > gridAllocations + 1);
+    EXPECT_EQ(prepared.sheet()->grid[4].formatIds, nullptr);
+    EXPECT_EQ(prepared.sheet()->hiddenCount, 5u);
+  }
+}
+
+TEST(OpenSheet, OnlyOneSheetAtATime) {
+  const std::string text = viewSection({}, "A") + viewSection({}, "B");
+  PreparedReader prepared(text);
+  ASSERT_NE(prepared.open(0), nullptr);
+  const uint64_t allocations = prepared.host.services.stats().allocations;
+  const uint64_t opens = prepared.host.stream.calls().opens;
+  EXPECT_EQ(WZInitSheet(prepared.host.reader, 0, offsetOf(text, "View Start", 1), nullptr, 0),
+            nullptr);
+  EXPECT_EQ(prepared.host.services.stats().allocations, allocations);
+  EXPECT_EQ(prepared.host.stream.calls().opens, opens);
+
+  prepared.host.closeSheet();
+  EXPECT_EQ(prepared.reader()->openSheet, nullptr);
+  ASSERT_NE(prepared.open(1), nullptr);
+  EXPECT_EQ(prepared.sheet()->sheetNumber, 2);
+}
+
+// --- The Row List pass ----------------------------------------------------------------
+
+std::vector<uint32_t> formatRow(PreparedReader& prepared, int32_t row) {
+  const uint32_t* ids = prepared.sheet()->grid[row].formatIds;
+  if (ids == nullptr) return {};
+  return std::vector<uint32_t>(ids + 1, ids + 1 + prepared.reader()->maxColumn);
+}
+
+const std::string kRowLists = viewSection({}, "A") + viewSection({}, "B") +
+                              joinLines({
+                                  "Row List A!2:0,9,3",
+                                  "Format totals",
+                                  "Row List B!4:0,4,12",
+                                  "row list B!5:1,1,7 3,4,8",
+                                  "Format x",
+                                  "Format y",
+                                  "Row List B!25:0,1,9",
+                                  "Row List B 6:0,1,9",
+                                  "Row List B!7:8,20,5",
+                                  "Row List B!8:0,1",
+                                  "Row List C!2:0,1,6",
+                                  "Row List B!9:0,1,6",
+                              });
+
+TEST(RowList, FillsTheFormatIdsOfThisSheetsRows) {
+  PreparedReader prepared(kRowLists);
+  ASSERT_NE(prepared.open(1), nullptr);
+  using Ids = std::vector<uint32_t>;
+  EXPECT_EQ(formatRow(prepared, 4), (Ids{12, 12, 12, 12, 12, 0, 0, 0, 0, 0}));
+  EXPECT_EQ(formatRow(prepared, 5), (Ids{0, 7, 0, 8, 8, 0, 0, 0, 0, 0}));
+  EXPECT_EQ(formatRow(prepared, 7), (Ids{0, 0, 0, 0, 0, 0, 0, 0, 5, 5}));
+  // An incomplete run names no format, but the row was named.
+  EXPECT_EQ(formatRow(prepared, 8), (Ids(10, 0)));
+  // Sheet A's row, the line without '!', and the line after sheet C's.
+  EXPECT_EQ(prepared.sheet()->grid[2].formatIds, nullptr);
+  EXPECT_EQ(prepared.sheet()->grid[6].formatIds, nullptr);
+  EXPECT_EQ(prepared.sheet()->grid[9].formatIds, nullptr);
+}
+
+TEST(RowList, AHigherSheetEndsThePass) {
+  PreparedReader prepared(kRowLists);
+  ASSERT_NE(prepared.open(0), nullptr);
+  EXPECT_EQ(formatRow(prepared, 2), (std::vector<uint32_t>(10, 3)));
+  for (int32_t row : {4, 5, 7, 8, 9}) EXPECT_EQ(prepared.sheet()->grid[row].formatIds, nullptr);
+}
+
+TEST(RowList, ALineOfAnotherKindEndsThePass) {
+  PreparedReader prepared(viewSection({}) + joinLines({"Row List A!2:0,0,3", "Symbols 0 0 0",
+                                                       "Row List A!3:0,0,4"}));
+  ASSERT_NE(prepared.open(), nullptr);
+  EXPECT_EQ(formatRow(prepared, 2).front(), 3u);
+  EXPECT_EQ(prepared.sheet()->grid[3].formatIds, nullptr);
+}
+
+TEST(RowList, NoPositionOrARefusedSeekReadsNothing) {
+  const std::string text = viewSection({}) + joinLines({"Row List A!2:0,0,3"});
+  PreparedReader noPosition(text);
+  noPosition.reader()->rowListPos = 0;
+  ASSERT_NE(noPosition.open(), nullptr);
+  EXPECT_EQ(noPosition.sheet()->grid[2].formatIds, nullptr);
+
+  PreparedReader refused(text);
+  refused.host.stream.failSeek(2);  // the first Seek goes to the view section
+  ASSERT_NE(refused.open(), nullptr);
+  EXPECT_EQ(refused.sheet()->grid[2].formatIds, nullptr);
+}
+
+}  // namespace
+}  // namespace wzss::test
