@@ -1,0 +1,166 @@
+// The built libwzss.so, loaded by path as a host loads it, walked over every
+// sample workbook: the call order holds, every object's content can be read,
+// and no block the plug-in obtained is left alive, also when allocations fail.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "host/file_stream.h"
+#include "host/plugin.h"
+#include "host/services.h"
+#include "host/walker.h"
+
+namespace wzss::host {
+namespace {
+
+std::vector<std::string> samples() {
+  std::vector<std::string> paths;
+  for (const auto& entry : std::filesystem::directory_iterator(WZSS_SAMPLES_DIR))
+    if (entry.path().extension() == ".wzs") paths.push_back(entry.path().string());
+  std::sort(paths.begin(), paths.end());
+  return paths;
+}
+
+const Plugin& plugin() {
+  // Never unloaded: the sanitizers' reports at exit can then still name the
+  // plug-in's functions.
+  static const Plugin* loaded = new Plugin(Plugin::load(WZSS_PLUGIN_PATH));
+  return *loaded;
+}
+
+// Checks the order of items and reads every object's drawing.
+struct OrderChecker : SheetVisitor {
+  std::vector<std::string> problems;
+  uint64_t items = 0, cells = 0, objects = 0, drawingLines = 0;
+  size_t index = 0;  // within the sheet
+  int phase = 0;     // 0 runs, 1 objects, 2 cells: items never go back
+
+  void beginSheet(const SheetInfo&) override { index = 0, phase = 0; }
+  bool item(const SheetInfo& sheet, Item& item) override {
+    ++items;
+    const std::string where = "sheet " + std::to_string(sheet.number) + " item " +
+                              std::to_string(index);
+    if (index == 0 && !std::holds_alternative<Settings>(item)) problems.push_back(where + ": not settings");
+    if (index == 1 && !std::holds_alternative<Option>(item)) problems.push_back(where + ": not option");
+    int itemPhase = 0;
+    if (auto* object = std::get_if<Object>(&item)) {
+      itemPhase = 1;
+      ++objects;
+      if (!object->hasDescriptor) problems.push_back(where + ": object without descriptor");
+      if (StreamInterface* content = object->content.stream()) {
+        const bool read = readContentLines(content, [this](std::string_view, bool) { ++drawingLines; });
+        if (!read) problems.push_back(where + ": drawing cannot be opened");
+      }
+    } else if (auto* cell = std::get_if<Cell>(&item)) {
+      itemPhase = 2;
+      ++cells;
+      if (cell->text && cell->text->size() + 1 != cell->textLength)
+        problems.push_back(where + ": text length differs from textLength");
+    }
+    if (itemPhase < phase) problems.push_back(where + ": item after a later phase");
+    phase = std::max(phase, itemPhase);
+    ++index;
+    return true;
+  }
+};
+
+struct Walked {
+  bool opened = false;
+  std::string error;
+  OrderChecker checker;
+  uint64_t allocations = 0;
+  uint64_t liveAfterwards = 0;
+};
+
+Walked walk(const std::string& path, WalkOptions options = {}, uint64_t failAllocation = 0) {
+  Walked result;
+  Services services;
+  services.failAllocation(failAllocation);
+  auto file = FileStream::open(path);
+  if (!file) {
+    result.error = "cannot open";
+    return result;
+  }
+  {
+    Walker walker(plugin().table(), file->get(), services.get(), options);
+    auto sheets = walker.open();
+    result.opened = static_cast<bool>(sheets);
+    if (!sheets) result.error = sheets.error().message;
+    else if (auto all = walker.walkAll(result.checker); !all) result.error = all.error().message;
+  }
+  result.allocations = services.stats().allocations;
+  result.liveAfterwards = services.stats().liveBlocks;
+  return result;
+}
+
+class SampleTest : public testing::TestWithParam<std::string> {
+ protected:
+  void SetUp() override { ASSERT_TRUE(plugin().ok()) << plugin().error(); }
+};
+
+TEST_P(SampleTest, WalksEverySheetInOrderAndLeavesNothingAlive) {
+  const Walked walked = walk(GetParam());
+  ASSERT_TRUE(walked.opened) << walked.error;
+  EXPECT_TRUE(walked.error.empty()) << walked.error;
+  EXPECT_TRUE(walked.checker.problems.empty()) << walked.checker.problems.front();
+  EXPECT_GT(walked.checker.cells, 0u);
+  EXPECT_EQ(walked.liveAfterwards, 0u);
+}
+
+TEST_P(SampleTest, ReaderFlagSuppressesObjectsAndSheetFlagTheirStreams) {
+  const Walked full = walk(GetParam());
+  const Walked noObjects = walk(GetParam(), WalkOptions{WZSS_READER_NO_OBJECTS, 0, 0});
+  const Walked noStreams = walk(GetParam(), WalkOptions{0, WZSS_SHEET_NO_OBJECT_STREAMS, 0});
+  EXPECT_EQ(noObjects.checker.objects, 0u);
+  EXPECT_EQ(noObjects.checker.cells, full.checker.cells);
+  EXPECT_EQ(noStreams.checker.objects, full.checker.objects);
+  EXPECT_EQ(noStreams.checker.drawingLines, 0u);
+  EXPECT_EQ(noObjects.liveAfterwards + noStreams.liveAfterwards, 0u);
+}
+
+TEST_P(SampleTest, EveryFailedAllocationEndsCleanly) {
+  // Fail each allocation of a full walk in turn: whatever the walk reports,
+  // nothing may be left alive and nothing may crash.
+  const Walked full = walk(GetParam());
+  ASSERT_GT(full.allocations, 0u);
+  for (uint64_t n = 1; n <= full.allocations; ++n) {
+    const Walked failed = walk(GetParam(), {}, n);
+    ASSERT_EQ(failed.liveAfterwards, 0u) << "allocation " << n << " of " << full.allocations;
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Samples, SampleTest, testing::ValuesIn(samples()),
+                         [](const testing::TestParamInfo<std::string>& info) {
+                           std::string name = std::filesystem::path(info.param).stem().string();
+                           std::replace_if(name.begin(), name.end(),
+                                           [](char c) { return !std::isalnum(static_cast<unsigned char>(c)); }, '_');
+                           return name;
+                         });
+
+TEST(PluginE2eTest, TableIsCompleteAndSlotFiveEmpty) {
+  ASSERT_TRUE(plugin().ok()) << plugin().error();
+  const SSReaderInterface& t = plugin().table();
+  EXPECT_NE(t.AllocateReader, nullptr);
+  EXPECT_NE(t.CloseReader, nullptr);
+  EXPECT_NE(t.GetWorkSheetInfo, nullptr);
+  EXPECT_NE(t.InitSheet, nullptr);
+  EXPECT_NE(t.ProcessSheet, nullptr);
+  EXPECT_NE(t.CloseSheet, nullptr);
+  ASSERT_NE(t.GetCharSet, nullptr);
+  EXPECT_EQ(t.GetCharSet(0, 0), 7);
+  EXPECT_EQ(t.nullSlot5, nullptr);
+}
+
+TEST(PluginE2eTest, FileThatIsNoWorkbookIsRefusedWithNothingAlive) {
+  ASSERT_TRUE(plugin().ok()) << plugin().error();
+  const Walked walked = walk(__FILE__);  // this test's own source
+  EXPECT_FALSE(walked.opened);
+  EXPECT_EQ(walked.error, "not a workbook of this format");
+  EXPECT_EQ(walked.liveAfterwards, 0u);
+}
+
+}  // namespace
+}  // namespace wzss::host

@@ -1,0 +1,617 @@
+// Walker: the host's side of the call order, against a scripted reader that
+// keeps its own blocks in the accounting services, so every test also
+// proves that the walk leaves nothing alive.
+#include "host/walker.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "host/memory_stream.h"
+#include "host/services.h"
+
+namespace wzss::host {
+namespace {
+
+// ---------------------------------------------------------------------------
+// The scripted reader
+// ---------------------------------------------------------------------------
+
+struct FakeSheet;
+using Step = std::function<int32_t(FakeSheet&, SheetItem*)>;
+
+struct Script {
+  std::vector<std::string> sheetNames{"One", "Two"};
+  int32_t infoResult = 1;
+  bool initFails = false;
+  std::vector<Step> steps;  // one per ProcessSheet call; then 1
+  int opens = 0, closes = 0, readerCloses = 0;
+  uint32_t lastViewPos = 0;
+};
+Script script;  // the entry points are plain C functions: the script is global
+
+struct FakeReader {
+  HostServices* services;
+  SheetEntry* sheets;
+};
+
+struct FakeSheet {
+  FakeReader* reader;
+  uintptr_t cookie;
+  SheetCallback callback;
+  size_t step;
+};
+
+void* hostAlloc(HostServices* s, uint32_t size) { return s->allocator.Alloc(&s->allocator, size); }
+void hostFree(HostServices* s, void* block) { s->allocator.Free(&s->allocator, block); }
+
+WorkbookReader* fakeAllocate(void*, intptr_t, StreamInterface*, HostServices* services, intptr_t,
+                             uint32_t) {
+  auto* reader = static_cast<FakeReader*>(hostAlloc(services, sizeof(FakeReader)));
+  if (reader == nullptr) return nullptr;
+  *reader = FakeReader{services, nullptr};
+  return reinterpret_cast<WorkbookReader*>(reader);
+}
+
+void fakeCloseReader(WorkbookReader* r) {
+  auto* reader = reinterpret_cast<FakeReader*>(r);
+  ++script.readerCloses;
+  hostFree(reader->services, reader->sheets);
+  hostFree(reader->services, reader);
+}
+
+int32_t fakeInfo(WorkbookReader* r, WorkbookInfo* info, int32_t) {
+  auto* reader = reinterpret_cast<FakeReader*>(r);
+  const auto count = static_cast<uint32_t>(script.sheetNames.size());
+  if (count > 0) {
+    reader->sheets = static_cast<SheetEntry*>(hostAlloc(reader->services, count * sizeof(SheetEntry)));
+    std::memset(reader->sheets, 0, count * sizeof(SheetEntry));
+    for (uint32_t i = 0; i < count; ++i) {
+      std::strcpy(reader->sheets[i].name, script.sheetNames[i].c_str());
+      reader->sheets[i].nameLength = static_cast<uint32_t>(script.sheetNames[i].size());
+      reader->sheets[i].kind = 16384;
+      reader->sheets[i].viewPos = 100 * (i + 1);
+    }
+  }
+  info->sheetCount = count;
+  info->sheets = reader->sheets;
+  return script.infoResult;
+}
+
+SheetReader* fakeInit(WorkbookReader* r, uintptr_t cookie, uint32_t viewPos, SheetCallback callback,
+                      uint32_t) {
+  auto* reader = reinterpret_cast<FakeReader*>(r);
+  script.lastViewPos = viewPos;
+  if (script.initFails) return nullptr;
+  ++script.opens;
+  auto* sheet = static_cast<FakeSheet*>(hostAlloc(reader->services, sizeof(FakeSheet)));
+  *sheet = FakeSheet{reader, cookie, callback, 0};
+  return reinterpret_cast<SheetReader*>(sheet);
+}
+
+int32_t fakeProcess(SheetReader* s, SheetItem* item) {
+  auto& sheet = *reinterpret_cast<FakeSheet*>(s);
+  if (sheet.step >= script.steps.size()) return 1;
+  return script.steps[sheet.step++](sheet, item);
+}
+
+void fakeCloseSheet(SheetReader* s) {
+  auto* sheet = reinterpret_cast<FakeSheet*>(s);
+  ++script.closes;
+  hostFree(sheet->reader->services, sheet);
+}
+
+SSReaderInterface fakeTable() {
+  SSReaderInterface table{};
+  table.AllocateReader = fakeAllocate;
+  table.CloseReader = fakeCloseReader;
+  table.GetWorkSheetInfo = fakeInfo;
+  table.InitSheet = fakeInit;
+  table.ProcessSheet = fakeProcess;
+  table.CloseSheet = fakeCloseSheet;
+  return table;
+}
+
+// An object stream over a fixed drawing, kept in the host's memory like the
+// plug-in's own: Release frees it through the services.
+constexpr const char* kDrawing = "*BEGIN GRAPHICS VERSION=1\nKD_PAGESIZE 0 0 9 9\nKD_LINE 1\n*END GRAPHICS\n";
+
+int drawingOpen(StreamInterface* s) {
+  s->privateB = nullptr;
+  return 1;
+}
+int drawingRead(StreamInterface* s, void* buffer, int32_t count) {
+  const auto pos = reinterpret_cast<uintptr_t>(s->privateB);
+  const size_t left = std::strlen(kDrawing) - pos;
+  const size_t n = std::min<size_t>(left, static_cast<size_t>(count));
+  std::memcpy(buffer, kDrawing + pos, n);
+  s->privateB = reinterpret_cast<void*>(pos + n);
+  return static_cast<int>(n);
+}
+int drawingClose(StreamInterface*) { return 1; }
+char* drawingFilter(StreamInterface*, char* line, int32_t mode) {
+  if (mode == 2 && std::strncmp(line, "KD_PAGESIZE", 11) == 0) std::strcpy(line, "W2inH1in");
+  return line;
+}
+void drawingRelease(StreamInterface* s) { hostFree(static_cast<HostServices*>(s->privateA), s); }
+
+StreamInterface* makeDrawing(HostServices* services) {
+  auto* s = static_cast<StreamInterface*>(hostAlloc(services, sizeof(StreamInterface)));
+  std::memset(s, 0, sizeof *s);
+  s->streamKind = 3;
+  s->streamLength = static_cast<uint32_t>(std::strlen(kDrawing));
+  s->privateA = services;
+  s->Open = drawingOpen;
+  s->Read = drawingRead;
+  s->Close = drawingClose;
+  s->FilterLine = drawingFilter;
+  s->Release = drawingRelease;
+  return s;
+}
+
+// ---------------------------------------------------------------------------
+// Steps
+// ---------------------------------------------------------------------------
+
+Step settingsStep() {
+  return [](FakeSheet&, SheetItem* item) {
+    item->itemType = WZSS_ITEM_SETTINGS;
+    SheetItemSettings& s = item->settings;
+    s.settingsCode = 2;
+    s.maxRow = 30;
+    s.maxColumn = 12;
+    s.defaultColumnWidth = 1200;
+    s.defaultFontHeight = 200;
+    s.presetC = 576;
+    s.hasFont = 1;
+    std::strcpy(s.font.name, "Helvetica");
+    s.font.size = 10;
+    s.font.italic = 1;
+    s.font.pitchAndFamily = 18;
+    s.hasFill = -1;
+    s.presetH = 1;
+    return 0;
+  };
+}
+
+Step runStep(uint32_t type, uint32_t first, uint32_t last, uint32_t size) {
+  return [=](FakeSheet&, SheetItem* item) {
+    item->itemType = type;
+    item->run = SheetItemRun{first, last, size};
+    return 0;
+  };
+}
+
+// A cell whose text goes through callback op 0 and whose fill (when the
+// pattern is not 0) through op 2, as the reader does it.
+Step cellStep(uint32_t column, uint32_t row, std::string text, uint32_t fillPattern = 0) {
+  return [=](FakeSheet& sheet, SheetItem* item) {
+    item->itemType = WZSS_ITEM_CELL;
+    SheetItemCell& c = item->cell;
+    c.column = column;
+    c.row = row;
+    c.textLength = static_cast<uint32_t>(text.size() + 1);
+    c.text = reinterpret_cast<char*>(sheet.callback(sheet.cookie, WZSS_CALLBACK_TEXT_BUFFER,
+                                                    static_cast<intptr_t>(c.textLength), 0));
+    if (c.text != nullptr) std::memcpy(c.text, text.c_str(), c.textLength);
+    c.hasFill = 0;
+    if (fillPattern != 0) {
+      FillInfo fill{fillPattern, 25, 0x0000ff, 0xffffff};
+      c.hasFill = static_cast<int32_t>(
+          sheet.callback(sheet.cookie, WZSS_CALLBACK_FILL, reinterpret_cast<intptr_t>(&fill), 0));
+    }
+    c.align = 0x8e;
+    c.backColor = 0xffffff;
+    c.hasBorder = 1;
+    c.leftStyle = 5;
+    c.leftColor = 0x00ff00;
+    c.bottomStyle = 8;
+    c.hasFont = 1;
+    std::strcpy(c.font.name, "Courier");
+    c.font.size = 12;
+    c.font.bold = 1;
+    c.cellKind = 7;
+    return 0;
+  };
+}
+
+Step objectStep(bool withContent) {
+  return [=](FakeSheet& sheet, SheetItem* item) {
+    std::memset(item->raw, 0, sizeof item->raw);
+    item->itemType = WZSS_ITEM_OBJECT;
+    SheetItemObject& o = item->object;
+    o.objectKind = 21;
+    o.topColumn = 5;
+    o.topRow = 2;
+    o.bottomColumn = 10;
+    o.bottomRow = 14;
+    o.topX = 720;
+    o.topY = 64;
+    o.bottomY = -128;
+    o.hasBorder = 1;
+    o.rightStyle = 5;
+    HostServices* services = sheet.reader->services;
+    auto* d = static_cast<ObjectDescriptor*>(hostAlloc(services, sizeof(ObjectDescriptor)));
+    std::memset(d, 0, sizeof *d);
+    d->descriptorKind = 36;
+    d->frameStyle = 3;
+    d->descriptorPreset = 1;
+    d->content = withContent ? makeDrawing(services) : nullptr;
+    o.descriptor = d;
+    return 0;
+  };
+}
+
+// ---------------------------------------------------------------------------
+// Visitors
+// ---------------------------------------------------------------------------
+
+struct Recorder : SheetVisitor {
+  std::vector<std::string> events;
+  std::vector<Item> items;  // objects are recorded without their content
+  std::function<bool(Item&)> onItem;
+
+  void beginSheet(const SheetInfo& sheet) override { events.push_back("begin " + sheet.name); }
+  bool item(const SheetInfo&, Item& item) override {
+    const bool more = onItem ? onItem(item) : true;
+    if (auto* object = std::get_if<Object>(&item)) {
+      Object copy;
+      copy.objectKind = object->objectKind;
+      copy.topX = object->topX;
+      copy.bottomY = object->bottomY;
+      copy.hasDescriptor = object->hasDescriptor;
+      copy.descriptorKind = object->descriptorKind;
+      copy.frameStyle = object->frameStyle;
+      items.emplace_back(std::move(copy));
+    } else {
+      items.push_back(std::visit([](auto& v) -> Item {
+        if constexpr (std::is_same_v<std::decay_t<decltype(v)>, Object>) return Object{};
+        else return v;
+      }, item));
+    }
+    return more;
+  }
+  void endSheet(const SheetInfo& sheet, const SheetStats& stats) override {
+    events.push_back("end " + sheet.name + " " + std::to_string(stats.items));
+  }
+};
+
+class WalkerTest : public testing::Test {
+ protected:
+  void SetUp() override { script = Script{}; }
+  void TearDown() override {
+    walker.reset();
+    EXPECT_EQ(services.stats().liveBlocks, 0u) << "blocks left alive by the walk";
+    EXPECT_EQ(script.opens, script.closes) << "every opened sheet is closed";
+  }
+  Walker& make(WalkOptions options = {}) {
+    walker = std::make_unique<Walker>(table, stream.get(), services.get(), options);
+    return *walker;
+  }
+
+  SSReaderInterface table = fakeTable();
+  MemoryStream stream{"unused by the scripted reader"};
+  Services services;
+  std::unique_ptr<Walker> walker;
+};
+
+TEST_F(WalkerTest, OpenReturnsTheSheetList) {
+  auto sheets = make().open();
+  ASSERT_TRUE(sheets) << sheets.error().message;
+  ASSERT_EQ(sheets.value().size(), 2u);
+  EXPECT_EQ(sheets.value()[1].number, 2u);
+  EXPECT_EQ(sheets.value()[1].name, "Two");
+  EXPECT_EQ(sheets.value()[1].nameLength, 3u);
+  EXPECT_EQ(sheets.value()[1].kind, 16384u);
+  EXPECT_EQ(sheets.value()[1].viewPos, 200u);
+}
+
+TEST_F(WalkerTest, DecodesEveryItemTypeWithItsFields) {
+  script.steps = {settingsStep(),
+                  [](FakeSheet&, SheetItem* item) {
+                    item->itemType = WZSS_ITEM_OPTION;
+                    item->option.option = 3;
+                    return 0;
+                  },
+                  runStep(WZSS_ITEM_ROW_RUN, 10, 11, 0),
+                  runStep(WZSS_ITEM_COLUMN_RUN, 2, 2, 1440),
+                  cellStep(2, 3, "Total: 12"),
+                  objectStep(true)};
+  Walker& w = make();
+  ASSERT_TRUE(w.open());
+  Recorder recorder;
+  auto stats = w.walkSheet(1, recorder);
+  ASSERT_TRUE(stats) << stats.error().message;
+  EXPECT_EQ(stats.value().items, 6u);
+  EXPECT_EQ(stats.value().textBuffers, 1u);
+  EXPECT_EQ(script.lastViewPos, 200u) << "the sheet is opened at its view position";
+  EXPECT_EQ(recorder.events, (std::vector<std::string>{"begin Two", "end Two 6"}));
+  ASSERT_EQ(recorder.items.size(), 6u);
+
+  const auto& settings = std::get<Settings>(recorder.items[0]);
+  EXPECT_EQ(settings.maxRow, 30u);
+  EXPECT_EQ(settings.maxColumn, 12u);
+  EXPECT_EQ(settings.defaultColumnWidth, 1200u);
+  EXPECT_EQ(settings.presetC, 576u);
+  EXPECT_EQ(settings.font.name, "Helvetica");
+  EXPECT_TRUE(settings.font.italic);
+  EXPECT_FALSE(settings.font.bold);
+  EXPECT_EQ(settings.font.pitchAndFamily, 18);
+  EXPECT_EQ(settings.hasFill, -1);
+  EXPECT_EQ(std::get<Option>(recorder.items[1]).option, 3u);
+  const auto& rows = std::get<RowRun>(recorder.items[2]);
+  EXPECT_EQ(rows.first, 10u);
+  EXPECT_EQ(rows.last, 11u);
+  EXPECT_EQ(rows.size, 0u);
+  EXPECT_EQ(std::get<ColumnRun>(recorder.items[3]).size, 1440u);
+
+  const auto& cell = std::get<Cell>(recorder.items[4]);
+  EXPECT_EQ(cell.column, 2u);
+  EXPECT_EQ(cell.row, 3u);
+  EXPECT_EQ(cell.text, "Total: 12");
+  EXPECT_EQ(cell.textLength, 10u);
+  EXPECT_EQ(cell.align, 0x8e);
+  EXPECT_EQ(cell.borders.left.style, 5);
+  EXPECT_EQ(cell.borders.left.color, 0x00ff00u);
+  EXPECT_EQ(cell.borders.bottom.style, 8);
+  EXPECT_EQ(cell.font.name, "Courier");
+  EXPECT_TRUE(cell.font.bold);
+  EXPECT_EQ(cell.cellKind, 7u);
+  EXPECT_FALSE(cell.fill);
+
+  const auto& object = std::get<Object>(recorder.items[5]);
+  EXPECT_EQ(object.objectKind, 21u);
+  EXPECT_EQ(object.topX, 720);
+  EXPECT_EQ(object.bottomY, -128);
+  EXPECT_TRUE(object.hasDescriptor);
+  EXPECT_EQ(object.descriptorKind, 36u);
+  EXPECT_EQ(object.frameStyle, 3u);
+}
+
+TEST_F(WalkerTest, FillsAreNumberedFromOnePerSheetAndCopied) {
+  script.steps = {cellStep(1, 1, "a", 9), cellStep(1, 2, "b"), cellStep(1, 3, "c", 4)};
+  Walker& w = make();
+  ASSERT_TRUE(w.open());
+  for (size_t sheet = 0; sheet < 2; ++sheet) {
+    Recorder recorder;
+    auto stats = w.walkSheet(sheet, recorder);
+    ASSERT_TRUE(stats);
+    EXPECT_EQ(stats.value().fills, 2u);
+    const auto& first = std::get<Cell>(recorder.items[0]);
+    const auto& third = std::get<Cell>(recorder.items[2]);
+    EXPECT_EQ(first.hasFill, 1) << "sheet " << sheet << ": numbering starts again";
+    ASSERT_TRUE(first.fill);
+    EXPECT_EQ(first.fill->pattern, 9u);
+    EXPECT_EQ(first.fill->shadePercent, 25u);
+    EXPECT_EQ(first.fill->foreColor, 0x0000ffu);
+    EXPECT_EQ(std::get<Cell>(recorder.items[1]).hasFill, 0);
+    EXPECT_FALSE(std::get<Cell>(recorder.items[1]).fill);
+    EXPECT_EQ(third.hasFill, 2);
+    ASSERT_TRUE(third.fill);
+    EXPECT_EQ(third.fill->pattern, 4u);
+  }
+}
+
+TEST_F(WalkerTest, TextBuffersAreReusedYetEachItemSeesItsOwnText) {
+  const std::string longText(5000, 'x');
+  script.steps = {cellStep(1, 1, "short"), cellStep(1, 2, longText), cellStep(1, 3, "")};
+  Walker& w = make();
+  ASSERT_TRUE(w.open());
+  Recorder recorder;
+  ASSERT_TRUE(w.walkSheet(0, recorder));
+  EXPECT_EQ(std::get<Cell>(recorder.items[0]).text, "short");
+  EXPECT_EQ(std::get<Cell>(recorder.items[1]).text, longText);
+  EXPECT_EQ(std::get<Cell>(recorder.items[2]).text, "");
+}
+
+TEST_F(WalkerTest, TheSameRecordServesEveryItemOfASheet) {
+  // The plug-in relies on fields of earlier items staying in the record.
+  script.steps = {cellStep(4, 4, "first"), [](FakeSheet&, SheetItem* item) {
+                    item->itemType = WZSS_ITEM_CELL;
+                    item->cell.text = nullptr;
+                    item->cell.textLength = 0;
+                    item->cell.row = 5;
+                    return 0;
+                  }};
+  Walker& w = make();
+  ASSERT_TRUE(w.open());
+  Recorder recorder;
+  ASSERT_TRUE(w.walkSheet(0, recorder));
+  const auto& second = std::get<Cell>(recorder.items[1]);
+  EXPECT_EQ(second.column, 4u) << "left from the first cell";
+  EXPECT_EQ(second.row, 5u);
+  EXPECT_FALSE(second.text);
+  EXPECT_EQ(second.font.name, "Courier");
+}
+
+TEST_F(WalkerTest, ObjectContentIsReadableDuringTheVisitAndReleasedAfterIt) {
+  script.steps = {objectStep(true), objectStep(false)};
+  Walker& w = make();
+  ASSERT_TRUE(w.open());
+  Recorder recorder;
+  std::vector<std::string> lines;
+  std::vector<std::optional<std::string>> sizes;
+  recorder.onItem = [&](Item& item) {
+    auto& object = std::get<Object>(item);
+    sizes.push_back(contentSizeText(object.content.stream()));
+    if (object.content.stream() != nullptr) {
+      EXPECT_TRUE(readContentLines(object.content.stream(),
+                                   [&](std::string_view line, bool newline) {
+                                     EXPECT_TRUE(newline);
+                                     lines.emplace_back(line);
+                                   }));
+    }
+    return true;
+  };
+  ASSERT_TRUE(w.walkSheet(0, recorder));
+  EXPECT_EQ(lines, (std::vector<std::string>{"*BEGIN GRAPHICS VERSION=1", "W2inH1in", "KD_LINE 1",
+                                             "*END GRAPHICS"}));
+  ASSERT_EQ(sizes.size(), 2u);
+  EXPECT_EQ(sizes[0], "W2inH1in");
+  EXPECT_EQ(sizes[1], std::nullopt) << "no content stream";
+  // TearDown proves the descriptors and the stream were released.
+}
+
+TEST_F(WalkerTest, ContentTakenByTheVisitorIsNotReleasedByTheWalker) {
+  script.steps = {objectStep(true)};
+  Walker& w = make();
+  ASSERT_TRUE(w.open());
+  Recorder recorder;
+  ObjectDescriptor* taken = nullptr;
+  recorder.onItem = [&](Item& item) {
+    taken = std::get<Object>(item).content.take();
+    return true;
+  };
+  const uint64_t before = services.stats().liveBlocks;
+  ASSERT_TRUE(w.walkSheet(0, recorder));
+  ASSERT_NE(taken, nullptr);
+  EXPECT_EQ(services.stats().liveBlocks, before + 2) << "descriptor and stream still alive";
+  taken->content->Release(taken->content);
+  services.free(taken);
+}
+
+TEST_F(WalkerTest, VisitorCanStopASheetWhichIsStillClosed) {
+  script.steps = {settingsStep(), cellStep(1, 1, "a"), cellStep(1, 2, "b")};
+  Walker& w = make();
+  ASSERT_TRUE(w.open());
+  Recorder recorder;
+  recorder.onItem = [](Item& item) { return !std::holds_alternative<Cell>(item); };
+  auto stats = w.walkSheet(0, recorder);
+  ASSERT_TRUE(stats);
+  EXPECT_EQ(stats.value().items, 2u) << "the third item is never pulled";
+  EXPECT_EQ(script.closes, 1);
+}
+
+TEST_F(WalkerTest, WalkAllVisitsEverySheetInOrder) {
+  script.sheetNames = {"A", "B", "C"};
+  script.steps = {settingsStep()};
+  Walker& w = make();
+  ASSERT_TRUE(w.open());
+  Recorder recorder;
+  ASSERT_TRUE(w.walkAll(recorder));
+  EXPECT_EQ(recorder.events, (std::vector<std::string>{"begin A", "end A 1", "begin B", "end B 1",
+                                                       "begin C", "end C 1"}));
+}
+
+TEST_F(WalkerTest, WorkbookWithoutSheetsOpensEmpty) {
+  script.sheetNames = {};
+  Walker& w = make();
+  auto sheets = w.open();
+  ASSERT_TRUE(sheets);
+  EXPECT_TRUE(sheets.value().empty());
+  Recorder recorder;
+  EXPECT_TRUE(w.walkAll(recorder));
+  EXPECT_TRUE(recorder.events.empty());
+}
+
+struct FailureCase {
+  const char* name;
+  std::function<void(Script&, Services&, WalkOptions&)> arrange;
+  bool failsOnOpen;
+  WalkErrorKind kind;
+  const char* messagePart;
+};
+
+class WalkerFailureTest : public WalkerTest, public testing::WithParamInterface<FailureCase> {};
+
+TEST_P(WalkerFailureTest, ReportsTheFailureAndReleasesEverything) {
+  const FailureCase& c = GetParam();
+  WalkOptions options;
+  c.arrange(script, services, options);
+  Walker& w = make(options);
+  auto sheets = w.open();
+  if (c.failsOnOpen) {
+    ASSERT_FALSE(sheets);
+    EXPECT_EQ(sheets.error().kind, c.kind);
+    EXPECT_NE(sheets.error().message.find(c.messagePart), std::string::npos)
+        << sheets.error().message;
+    return;
+  }
+  ASSERT_TRUE(sheets) << sheets.error().message;
+  Recorder recorder;
+  auto walked = w.walkSheet(0, recorder);
+  ASSERT_FALSE(walked);
+  EXPECT_EQ(walked.error().kind, c.kind);
+  EXPECT_NE(walked.error().message.find(c.messagePart), std::string::npos)
+      << walked.error().message;
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Failures, WalkerFailureTest,
+    testing::Values(
+        FailureCase{"readerAllocation",
+                    [](Script&, Services& s, WalkOptions&) { s.failAllocation(1); }, true,
+                    WalkErrorKind::ReaderNotAllocated, "allocate"},
+        FailureCase{"notAWorkbook",
+                    [](Script& s, Services&, WalkOptions&) {
+                      s.infoResult = 0;
+                      s.sheetNames = {};
+                    },
+                    true, WalkErrorKind::NotAWorkbook, "not a workbook of this format"},
+        FailureCase{"partialSheetList",
+                    [](Script& s, Services&, WalkOptions&) { s.infoResult = 0; }, true,
+                    WalkErrorKind::IncompleteWorkbook, "prologue"},
+        FailureCase{"sheetNotOpened",
+                    [](Script& s, Services&, WalkOptions&) { s.initFails = true; }, false,
+                    WalkErrorKind::SheetNotOpened, "sheet 1 (\"One\") cannot be opened"},
+        FailureCase{"sheetLost",
+                    [](Script& s, Services&, WalkOptions&) {
+                      s.steps = {settingsStep(), [](FakeSheet&, SheetItem*) { return -1; }};
+                    },
+                    false, WalkErrorKind::SheetLost, "lost"},
+        FailureCase{"unknownItem",
+                    [](Script& s, Services&, WalkOptions&) {
+                      s.steps = {[](FakeSheet&, SheetItem* item) {
+                        item->itemType = 13;
+                        return 0;
+                      }};
+                    },
+                    false, WalkErrorKind::UnknownItem, "unknown item type 13"},
+        FailureCase{"tooManyItems",
+                    [](Script& s, Services&, WalkOptions& o) {
+                      s.steps = {settingsStep(), settingsStep(), settingsStep()};
+                      o.maxItemsPerSheet = 2;
+                    },
+                    false, WalkErrorKind::TooManyItems, "more than 2 items"},
+        FailureCase{"foreignText",
+                    [](Script& s, Services&, WalkOptions&) {
+                      static char foreign[] = "not the host's";
+                      s.steps = {[](FakeSheet&, SheetItem* item) {
+                        item->itemType = WZSS_ITEM_CELL;
+                        item->cell.text = foreign;
+                        item->cell.textLength = sizeof foreign;
+                        return 0;
+                      }};
+                    },
+                    false, WalkErrorKind::ForeignText, "no buffer the host handed out"}),
+    [](const testing::TestParamInfo<FailureCase>& info) { return info.param.name; });
+
+TEST_F(WalkerTest, SheetIndexOutsideTheListIsRefused) {
+  Walker& w = make();
+  Recorder recorder;
+  EXPECT_EQ(w.walkSheet(0, recorder).error().kind, WalkErrorKind::NoSuchSheet) << "before open";
+  ASSERT_TRUE(w.open());
+  auto walked = w.walkSheet(2, recorder);
+  ASSERT_FALSE(walked);
+  EXPECT_EQ(walked.error().message, "no sheet 3 (the workbook has 2)");
+}
+
+TEST_F(WalkerTest, IncompleteTableIsRefusedBeforeAnyCall) {
+  table.InitSheet = nullptr;
+  auto sheets = make().open();
+  ASSERT_FALSE(sheets);
+  EXPECT_EQ(sheets.error().kind, WalkErrorKind::BadTable);
+  EXPECT_EQ(services.stats().allocations, 0u);
+}
+
+TEST_F(WalkerTest, TheReaderIsClosedWithTheWalker) {
+  ASSERT_TRUE(make().open());
+  walker.reset();
+  EXPECT_EQ(script.readerCloses, 1);
+}
+
+}  // namespace
+}  // namespace wzss::host
