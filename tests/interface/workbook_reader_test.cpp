@@ -204,6 +204,22 @@ TEST(CloseReader, FreesEverythingAScanBuilt) {
   EXPECT_EQ(host.stream.calls().closes, host.stream.calls().opens);
 }
 
+// A section reader that runs out of memory leaves what it stored past its
+// count; closing finds those blocks too (the host checks on destruction).
+TEST(CloseReader, FreesSlotsPastTheCounts) {
+  TestHost host("");
+  ASSERT_NE(host.allocate(), nullptr);
+  wzss::WorkbookReader* reader = own(host.reader);
+  reader->typefaces[3] = static_cast<char*>(hostAlloc(reader->services, 8));
+  auto* entry = static_cast<AttrEntry*>(hostCalloc(reader->services, 1, sizeof(AttrEntry)));
+  ASSERT_NE(entry, nullptr);
+  entry->text = static_cast<char*>(hostAlloc(reader->services, 8));
+  reader->attrs[5] = entry;
+  EXPECT_EQ(reader->typefaceCount + reader->attrCount, 0u);
+  host.closeReader();
+  EXPECT_EQ(host.services.stats().liveBlocks, 0u);
+}
+
 // Every allocation of the first pass refused in turn: the reader reports
 // what it can and nothing is left behind (the host checks on destruction).
 TEST(FirstPass, SurvivesEveryRefusedAllocation) {

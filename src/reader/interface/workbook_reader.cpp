@@ -85,10 +85,14 @@ int32_t runFirstPass(WorkbookReader* reader, WorkbookInfo* info) {
   return result;
 }
 
+// Every slot, not only the counted ones: a section reader that ran out of
+// memory returns without counting what it already stored.
+void freeTypefaces(WorkbookReader* reader) {
+  for (char* name : reader->typefaces) hostFree(reader->services, name);
+}
+
 void freeAttributeEntries(WorkbookReader* reader) {
-  const uint32_t count = reader->attrCount < kAttrSlots ? reader->attrCount : kAttrSlots;
-  for (uint32_t i = 0; i < count; ++i) {
-    AttrEntry* entry = reader->attrs[i];
+  for (AttrEntry* entry : reader->attrs) {
     if (entry == nullptr) continue;
     hostFree(reader->services, entry->text);
     hostFree(reader->services, entry);
@@ -126,9 +130,7 @@ void wzDestroyWorkbookReader(WorkbookReader* reader) {
   HostServices* services = reader->services;
   hostFree(services, reader->info.sheets);
   hostFree(services, reader->objects);
-  const uint32_t typefaces =
-      reader->typefaceCount < kTypefaceSlots ? reader->typefaceCount : kTypefaceSlots;
-  for (uint32_t i = 0; i < typefaces; ++i) hostFree(services, reader->typefaces[i]);
+  freeTypefaces(reader);
   freeAttributeEntries(reader);
   hostFree(services, reader->sheetStarts);
   hostFree(services, reader->colorMaps);
