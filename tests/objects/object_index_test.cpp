@@ -166,14 +166,14 @@ INSTANTIATE_TEST_SUITE_P(
         ReadThroughCase{"StrayEndDoesNotHideTheEndLine",
                         "Object Type: Chart\n*END LEGEND\n*END LEGEND\nGraphic Obj End: 7\n", 1},
         ReadThroughCase{"EmptyBlock", "Graphic Obj End: 7\n", 0},
-        ReadThroughCase{"TypeLineNotFirst", "Object Plane: A\nObject Type: Chart\nGraphic Obj End: 7\n",
-                        0},
+        ReadThroughCase{"TypeLineNotFirst",
+                        "Object Plane: A\nObject Type: Chart\nGraphic Obj End: 7\n", 0},
         ReadThroughCase{"PlaneLineMissingIsWalked",
                         "Object Type: Chart\n*BEGIN X\nGraphic Obj End: inner\n*END X\n"
                         "Graphic Obj End: 7\n",
                         1},
-        ReadThroughCase{"EndRightAfterPlane", "Object Type: Chart\nObject Plane: B\nGraphic Obj End: 7\n",
-                        1}),
+        ReadThroughCase{"EndRightAfterPlane",
+                        "Object Type: Chart\nObject Plane: B\nGraphic Obj End: 7\n", 1}),
     [](const testing::TestParamInfo<ReadThroughCase>& info) { return info.param.name; });
 
 TEST(ObjectIndex, NestedEndLineDoesNotCutTheDrawing) {

@@ -180,15 +180,16 @@ INSTANTIATE_TEST_SUITE_P(
     ObjectItem, Attrs,
     testing::Values(
         AttrsCase{"Visible", "Hidden:0, Locked:0, Print:1, Link:0, NoBorder:0", true, true, false},
-        AttrsCase{"NoBorder", "Hidden:0, Locked:1, Print:0, Link:0, NoBorder:1", true, false, false},
+        AttrsCase{"NoBorder", "Hidden:0, Locked:1, Print:0, Link:0, NoBorder:1", true, false,
+                  false},
         AttrsCase{"NoBorderAnyNonZero", "Hidden:0, Locked:0, Print:0, Link:0, NoBorder:-3", true,
                   false, false},
         AttrsCase{"Hidden", "Hidden:1, Locked:0, Print:1, Link:0, NoBorder:0", false, false,
                   false},
         AttrsCase{"HiddenNeedsNothingMore", "Hidden:2", false, false, false},
         AttrsCase{"Linked", "Hidden:0, Locked:0, Print:1, Link:1, NoBorder:1", true, false, true},
-        AttrsCase{"BlanksBeforeNumbersSkipped", "Hidden: 0, Locked:  0, Print:\t1, Link: 1, NoBorder: 1",
-                  true, false, true},
+        AttrsCase{"BlanksBeforeNumbersSkipped",
+                  "Hidden: 0, Locked:  0, Print:\t1, Link: 1, NoBorder: 1", true, false, true},
         AttrsCase{"SignedNumbers", "Hidden:+0, Locked:0, Print:1, Link:-1, NoBorder:0", true, true,
                   true},
         AttrsCase{"BlankInFormatMatchesNone", "Hidden:0,Locked:0,Print:1,Link:1,NoBorder:1", true,
@@ -200,8 +201,8 @@ INSTANTIATE_TEST_SUITE_P(
                   true, false},
         AttrsCase{"UnreadableLockedStopsTheScan", "Hidden:0, Locked:x, Print:1, Link:1, NoBorder:1",
                   true, true, false},
-        AttrsCase{"BlankBeforeCommaStopsTheScan", "Hidden:0 , Locked:0, Print:1, Link:1, NoBorder:1",
-                  true, true, false},
+        AttrsCase{"BlankBeforeCommaStopsTheScan",
+                  "Hidden:0 , Locked:0, Print:1, Link:1, NoBorder:1", true, true, false},
         AttrsCase{"NoBorderMissing", "Hidden:0, Locked:0, Print:1, Link:1", true, true, true},
         AttrsCase{"EmptyAttrs", " ", true, true, false},
         AttrsCase{"NoAttrsLine", "", true, true, false}),
@@ -260,6 +261,11 @@ ObjectBlock at(const char* plane, const char* topCell, bool hidden = false) {
   return b;
 }
 
+ObjectBlock picture(ObjectBlock b) {
+  b.type = "Picture";
+  return b;
+}
+
 struct SheetCase {
   const char* name;
   std::vector<ObjectBlock> blocks;
@@ -295,8 +301,7 @@ INSTANTIATE_TEST_SUITE_P(
         SheetCase{"HigherSheetListedFirstIsDelivered", {at("B", "B1"), at("A", "C1")}, 2, {2}, 1},
         SheetCase{"OtherSheetAfterHidden", {at("A", "B1", true), at("B", "C1")}, 1, {}, 2},
         SheetCase{"PicturesLeaveNoEntry",
-                  {at("A", "B1"), [] { ObjectBlock b = at("A", "C1"); b.type = "Picture"; return b; }(),
-                   at("A", "D1")},
+                  {at("A", "B1"), picture(at("A", "C1")), at("A", "D1")},
                   1, {2, 4}, 2}),
     [](const testing::TestParamInfo<SheetCase>& info) { return info.param.name; });
 

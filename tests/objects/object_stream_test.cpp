@@ -81,13 +81,7 @@ TEST_F(ObjectStreamTest, NewStreamLayout) {
   EXPECT_EQ(s.reserved28, nullptr);
   EXPECT_EQ(s.reserved40, nullptr);
   EXPECT_EQ(s.reserved64, 0u);
-  for (const void* op : {reinterpret_cast<const void*>(s.Open), reinterpret_cast<const void*>(s.Read),
-                         reinterpret_cast<const void*>(s.Seek), reinterpret_cast<const void*>(s.Tell),
-                         reinterpret_cast<const void*>(s.Close),
-                         reinterpret_cast<const void*>(s.FilterLine),
-                         reinterpret_cast<const void*>(s.Release)}) {
-    EXPECT_NE(op, nullptr);
-  }
+  EXPECT_TRUE(s.Open && s.Read && s.Seek && s.Tell && s.Close && s.FilterLine && s.Release);
   // Measuring it left the read state closed and the document stream at 0.
   EXPECT_EQ(book_->sheet.objectStreamOpen, 0u);
   EXPECT_EQ(book_->stream.position(), 0u);
@@ -251,7 +245,8 @@ struct FilterCase {
   const char* expected;  // null: unchanged
 };
 
-class ObjectStreamFilter : public ObjectStreamTest, public testing::WithParamInterface<FilterCase> {};
+class ObjectStreamFilter : public ObjectStreamTest,
+                           public testing::WithParamInterface<FilterCase> {};
 
 TEST_P(ObjectStreamFilter, ReplacesOnlyThePageSizeLineInMode2) {
   const FilterCase& c = GetParam();

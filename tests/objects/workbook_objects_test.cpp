@@ -94,8 +94,11 @@ TEST_F(WorkbookObjects, DeliveredAfterTheHiddenRunsAndBeforeTheCells) {
   size_t objectAt = 0;
   while (objectAt < items.size() && items[objectAt].itemType != WZSS_ITEM_OBJECT) ++objectAt;
   for (size_t i = 0; i < items.size(); ++i) {
-    if (i < objectAt) EXPECT_NE(items[i].itemType, WZSS_ITEM_CELL) << i;
-    if (i > objectAt) EXPECT_EQ(items[i].itemType, WZSS_ITEM_CELL) << i;
+    if (i < objectAt) {
+      EXPECT_NE(items[i].itemType, WZSS_ITEM_CELL) << i;
+    } else if (i > objectAt) {
+      EXPECT_EQ(items[i].itemType, WZSS_ITEM_CELL) << i;
+    }
   }
   const SheetItemObject& o = objects[0].object;
   EXPECT_EQ(o.topColumn, 2u);
@@ -198,7 +201,8 @@ TEST_F(WorkbookObjects, SampleChartAndItsDrawing) {
   const std::string drawing = readAll(content);
   EXPECT_TRUE(drawing.starts_with("*BEGIN GRAPHICS VERSION"));
   EXPECT_TRUE(drawing.ends_with("*END GRAPHICS\n"));
-  EXPECT_NE(drawing.find("*END LEGEND\n"), std::string::npos);  // the nested end line did not cut it
+  // The "Graphic Obj End: " line inside the legend did not cut the drawing.
+  EXPECT_NE(drawing.find("*END LEGEND\n"), std::string::npos);
   EXPECT_EQ(content->streamLength, drawing.size());
   // The host filters the drawing's lines; the page-size line becomes the size text.
   ASSERT_EQ(content->Open(content), 1);
