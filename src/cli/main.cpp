@@ -3,6 +3,7 @@
 //   wzss info FILE                  version and sheet list
 //   wzss dump FILE [--sheet N]      every item of every sheet (or of one)
 //   wzss objects FILE [--extract DIR]
+//   wzss csv | json | html | convert   the converter (cli/convert_commands.h)
 //
 // Exit status: 0 success; 1 the file (or the plug-in) cannot be opened or is
 // not a workbook of this format, with one line on stderr; 2 usage errors.
@@ -15,6 +16,7 @@
 #include <string>
 #include <unistd.h>
 
+#include "cli/convert_commands.h"
 #include "cli/dump_format.h"
 #include "host/file_stream.h"
 #include "host/plugin.h"
@@ -219,6 +221,7 @@ int run(int argc, char** argv) {
   objects->add_option("FILE", file, "Workbook file")->required();
   objects->add_option("--extract", extractDir,
                       "Write each drawing to DIR/<sheet>-<n>.txt, page-size line replaced");
+  ConvertCommands converter(app);
 
   try {
     app.parse(argc, argv);
@@ -241,6 +244,7 @@ int run(int argc, char** argv) {
   if (info->parsed()) status = runInfo(plugin, file, out);
   if (dump->parsed()) status = runDump(plugin, file, sheetNumber, out);
   if (objects->parsed()) status = runObjects(plugin, file, extractDir, out);
+  if (converter.parsed()) status = converter.run(plugin.table());
   if (!out.flush() && status == kExitOk) return fail("stdout", "write error");
   return status;
 }

@@ -1,0 +1,177 @@
+#include "cli/convert_commands.h"
+
+#include <fmt/format.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <thread>
+
+#include "cli/batch.h"
+#include "cli/csv_writer.h"
+#include "cli/html_writer.h"
+#include "cli/json_writer.h"
+#include "cli/output_files.h"
+#include "cli/sheet_model.h"
+
+namespace fs = std::filesystem;
+
+namespace wzss::cli {
+namespace {
+
+constexpr int kExitOk = 0;
+constexpr int kExitFailure = 1;
+constexpr int kExitUsage = 2;
+
+int fail(const std::string& subject, const std::string& reason, int status = kExitFailure) {
+  fmt::print(stderr, "wzss: {}: {}\n", subject, reason);
+  return status;
+}
+
+bool writeStdout(std::string_view content) {
+  return std::fwrite(content.data(), 1, content.size(), stdout) == content.size() &&
+         std::fflush(stdout) == 0;
+}
+
+// The text goes to OUT, whose absolute path is then printed so a script or
+// a person knows where to look, or to stdout without OUT.
+int emit(const std::string& output, std::string_view content) {
+  if (output.empty() || output == "-") {
+    if (!writeStdout(content)) return fail("stdout", "write error");
+    return kExitOk;
+  }
+  std::string error;
+  if (!writeFileAtomically(output, content, &error)) return fail(output, error);
+  fmt::print("{}\n", fs::absolute(output).lexically_normal().string());
+  return kExitOk;
+}
+
+// A sheet by exact name first (a sheet may be called "2"), then by number.
+const SheetModel* findSheet(const WorkbookModel& book, const std::string& wanted) {
+  for (const SheetModel& sheet : book.sheets)
+    if (sheet.info.name == wanted) return &sheet;
+  if (wanted.empty() || wanted.find_first_not_of("0123456789") != std::string::npos ||
+      wanted.size() > 9)
+    return nullptr;
+  const size_t number = std::stoul(wanted);
+  if (number < 1 || number > book.sheets.size()) return nullptr;
+  return &book.sheets[number - 1];
+}
+
+OutputFormat formatNamed(const std::string& name) {
+  if (name == "csv") return OutputFormat::Csv;
+  if (name == "json") return OutputFormat::Json;
+  return OutputFormat::Html;
+}
+
+}  // namespace
+
+ConvertCommands::ConvertCommands(CLI::App& app) {
+  csv_ = app.add_subcommand("csv", "Write sheets as CSV (RFC 4180: CRLF, quoted fields) of their display texts");
+  csv_->add_option("FILE", file_, "Workbook file")->required();
+  csv_->add_option("--sheet", sheet_, "Only this sheet: its name, or its number counted from 1");
+  csv_->add_option("-o,--output", output_,
+                   "Output file for one sheet (default: stdout); for several sheets a directory "
+                   "that receives one file per sheet, named after the sheets");
+  csv_->add_flag("--keep-hidden", keepHidden_,
+                 "Keep hidden rows and columns (their cells come without text)");
+
+  json_ = app.add_subcommand("json", "Write the whole workbook as one JSON document (docs/json-schema.md)");
+  json_->add_option("FILE", file_, "Workbook file")->required();
+  json_->add_option("-o,--output", output_, "Output file (default: stdout)");
+
+  const auto titleOptions = [this](CLI::App* command) {
+    command->add_option("--title-rows", titleRows_,
+                        "Keep the first N rows in view while scrolling (a sheet's title rows come first)");
+    command->add_option("--title-columns", titleColumns_,
+                        "Keep the first N columns in view while scrolling");
+  };
+  html_ = app.add_subcommand("html", "Write the workbook as one self-contained HTML page, a tab per sheet");
+  html_->add_option("FILE", file_, "Workbook file")->required();
+  html_->add_option("-o,--output", output_, "Output file (default: stdout)");
+  titleOptions(html_);
+
+  convert_ = app.add_subcommand("convert", "Convert many workbooks into a directory, on several threads");
+  convert_->add_option("--to", to_, "Output format")->required()->check(CLI::IsMember({"csv", "json", "html"}));
+  convert_->add_option("-o,--output", output_,
+                       "Output directory: NAME.json or NAME.html per workbook, or for CSV a "
+                       "directory NAME with one file per sheet")
+      ->required();
+  convert_->add_option("-j,--jobs", jobs_, "Worker threads (default: one per processor)")
+      ->check(CLI::PositiveNumber);
+  convert_->add_flag("--keep-hidden", keepHidden_, "CSV: keep hidden rows and columns");
+  titleOptions(convert_);
+  convert_->add_option("FILES", files_, "Workbook files")->required();
+}
+
+bool ConvertCommands::parsed() const {
+  return csv_->parsed() || json_->parsed() || html_->parsed() || convert_->parsed();
+}
+
+int ConvertCommands::run(const SSReaderInterface& table) {
+  if (csv_->parsed()) return runCsv(table);
+  if (json_->parsed()) return runJson(table);
+  if (html_->parsed()) return runHtml(table);
+  if (convert_->parsed()) return runConvert(table);
+  return kExitUsage;
+}
+
+int ConvertCommands::runCsv(const SSReaderInterface& table) {
+  auto book = readWorkbook(table, file_);
+  if (!book) return fail(file_, book.error().message);
+  const CsvOptions options{keepHidden_};
+  if (!sheet_.empty()) {
+    const SheetModel* sheet = findSheet(book.value(), sheet_);
+    if (sheet == nullptr)
+      return fail(file_, fmt::format("no sheet \"{}\" (the workbook has {})", sheet_,
+                                     book.value().sheets.size()),
+                  kExitUsage);
+    return emit(output_, csvText(*sheet, options));
+  }
+  if (book.value().sheets.size() == 1) return emit(output_, csvText(book.value().sheets[0], options));
+  if (output_.empty() || output_ == "-")
+    return fail(file_, fmt::format("the workbook has {} sheets: give --sheet, or -o DIR for one "
+                                   "file per sheet", book.value().sheets.size()),
+                kExitUsage);
+  std::string error;
+  const auto written = writeCsvDirectory(book.value(), output_, options, &error);
+  if (!error.empty()) return fail(output_, error);
+  for (const std::string& path : written)
+    fmt::print("{}\n", fs::absolute(path).lexically_normal().string());
+  return kExitOk;
+}
+
+int ConvertCommands::runJson(const SSReaderInterface& table) {
+  auto book = readWorkbook(table, file_);
+  if (!book) return fail(file_, book.error().message);
+  return emit(output_, workbookJsonText(book.value()));
+}
+
+int ConvertCommands::runHtml(const SSReaderInterface& table) {
+  auto book = readWorkbook(table, file_);
+  if (!book) return fail(file_, book.error().message);
+  HtmlOptions options;
+  options.titleRows = titleRows_;
+  options.titleColumns = titleColumns_;
+  return emit(output_, workbookHtml(book.value(), options));
+}
+
+int ConvertCommands::runConvert(const SSReaderInterface& table) {
+  BatchOptions options;
+  options.format = formatNamed(to_);
+  options.outputDirectory = output_;
+  options.jobs = jobs_ != 0 ? jobs_ : std::max(1u, std::thread::hardware_concurrency());
+  options.csv.keepHidden = keepHidden_;
+  options.html.titleRows = titleRows_;
+  options.html.titleColumns = titleColumns_;
+  std::error_code code;
+  fs::create_directories(output_, code);
+  if (code) return fail(output_, "cannot create: " + code.message());
+  // The status line is for a person at a terminal, never for a log.
+  std::FILE* progress = isatty(STDERR_FILENO) ? stderr : nullptr;
+  const BatchReport report = runBatch(table, files_, options, progress);
+  std::fputs(batchSummary(report, files_.size()).c_str(), stderr);
+  return report.failures.empty() ? kExitOk : kExitFailure;
+}
+
+}  // namespace wzss::cli

@@ -1,0 +1,52 @@
+// The converter's subcommands of wzss:
+//
+//   wzss csv FILE [--sheet N|NAME] [-o OUT] [--keep-hidden]
+//   wzss json FILE [-o OUT]
+//   wzss html FILE [-o OUT] [--title-rows N] [--title-columns N]
+//   wzss convert --to csv|json|html -o DIR [-j N] FILES...
+//
+// Exit status as the other subcommands: 0 success, 1 a file could not be
+// read or written (for convert: any workbook failed), 2 usage errors.
+#pragma once
+
+#include <CLI/CLI.hpp>
+
+#include <string>
+#include <vector>
+
+#include "wzss/reader_abi.h"
+
+namespace wzss::cli {
+
+class ConvertCommands {
+ public:
+  // Registers the four subcommands on app.
+  explicit ConvertCommands(CLI::App& app);
+  // True when one of them was given on the command line.
+  bool parsed() const;
+  // Runs the one that was given, through the plug-in's table.
+  int run(const SSReaderInterface& table);
+
+ private:
+  int runCsv(const SSReaderInterface& table);
+  int runJson(const SSReaderInterface& table);
+  int runHtml(const SSReaderInterface& table);
+  int runConvert(const SSReaderInterface& table);
+
+  CLI::App* csv_;
+  CLI::App* json_;
+  CLI::App* html_;
+  CLI::App* convert_;
+
+  std::string file_;
+  std::string output_;
+  std::string sheet_;
+  bool keepHidden_ = false;
+  unsigned titleRows_ = 0;
+  unsigned titleColumns_ = 0;
+  std::string to_;
+  unsigned jobs_ = 0;
+  std::vector<std::string> files_;
+};
+
+}  // namespace wzss::cli

@@ -1,0 +1,44 @@
+// A workbook as one self-contained HTML page that looks like the
+// spreadsheet: a tab per sheet (radio buttons and CSS, no script), column
+// widths and row heights from the items, fonts, colours, alignment, wrap,
+// borders and fills, hidden rows and columns left out, the grid's headers
+// and any title rows and columns kept in view while scrolling, objects as
+// positioned boxes with their size text.
+//
+// Every text from the workbook is escaped for the place it lands in (HTML
+// text, attribute value or CSS string), and the page's Content-Security-
+// Policy forbids every external load and every script.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "cli/sheet_model.h"
+
+namespace wzss::cli {
+
+struct HtmlOptions {
+  // The items do not say which rows and columns are title rows; the plug-in
+  // numbers title rows and columns first, so keeping the first N output
+  // rows (columns) in view keeps the sheet's N title rows (columns) there.
+  uint32_t titleRows = 0;
+  uint32_t titleColumns = 0;
+  // For tests only: a script run by the page (allowed by a nonce in the
+  // page's policy). The converter itself never sets it.
+  std::string probeScript;
+};
+
+// twips to CSS pixels at 96 per inch (1440 twips per inch).
+uint32_t twipsToPixels(uint32_t twips);
+
+// Text for HTML content and attribute values: & < > " ' as references, and
+// control characters other than tab, CR and LF as U+FFFD.
+std::string htmlEscape(std::string_view text);
+// A double-quoted CSS string: quotes, backslashes, '<', '>' and control
+// characters as hex escapes, so it cannot end the string or the style element.
+std::string cssString(std::string_view text);
+
+std::string workbookHtml(const WorkbookModel& book, const HtmlOptions& options);
+
+}  // namespace wzss::cli
