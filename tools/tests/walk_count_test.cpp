@@ -1,0 +1,103 @@
+// The counting walk pulls everything the reader delivers: on a generated
+// workbook every cell line and every formatted empty cell arrives as one
+// cell item, every visible chart as one object item, and the two walk modes
+// (entry points called directly, or through the host kit's Walker) count the
+// same.
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <string>
+
+#include "generator.h"
+#include "walk_count.h"
+
+namespace wzss::tools {
+namespace {
+
+class WalkCount : public ::testing::Test {
+ protected:
+  void SetUp() override { wzGetSSReaderInterface(&table_); }
+
+  std::string writeWorkbook(uint64_t size, uint64_t seed, GeneratorStats* stats) {
+    const std::string path = ::testing::TempDir() + "walk_count_" + std::to_string(seed) + ".wzs";
+    std::FILE* file = std::fopen(path.c_str(), "wb");
+    EXPECT_NE(file, nullptr);
+    EXPECT_TRUE(generateWorkbook({size, seed}, file, stats));
+    std::fclose(file);
+    return path;
+  }
+
+  SSReaderInterface table_{};
+};
+
+TEST_F(WalkCount, EveryCellLineAndFormattedEmptyCellArrivesOnce) {
+  GeneratorStats stats;
+  const std::string path = writeWorkbook(1 << 20, 11, &stats);
+  WalkCounts counts;
+  std::string error;
+  ASSERT_TRUE(walkWorkbook(table_, path, WalkMode::Direct, &counts, &error)) << error;
+  EXPECT_EQ(counts.sheets, stats.sheets);
+  EXPECT_EQ(counts.cells, stats.cellLines + stats.formattedEmptyCells);
+  EXPECT_EQ(counts.objects, stats.objects - stats.hiddenObjects);
+  EXPECT_GT(counts.cellsWithText, stats.cellLines / 2);  // hidden rows and columns carry none
+  EXPECT_LT(counts.cellsWithText, stats.cellLines);
+  EXPECT_GT(counts.textBytes, counts.cellsWithText);
+  EXPECT_GT(counts.rowRuns, 0u);
+  EXPECT_GT(counts.columnRuns, 0u);
+  EXPECT_GT(counts.fills, 0u);
+  std::remove(path.c_str());
+}
+
+TEST_F(WalkCount, DirectAndWalkerCountTheSame) {
+  GeneratorStats stats;
+  const std::string generated = writeWorkbook(512 << 10, 12, &stats);
+  for (const std::string& path : {generated, std::string(WZSS_SAMPLES_DIR "/budget.wzs")}) {
+    WalkCounts direct, walker;
+    std::string error;
+    ASSERT_TRUE(walkWorkbook(table_, path, WalkMode::Direct, &direct, &error)) << error;
+    ASSERT_TRUE(walkWorkbook(table_, path, WalkMode::Walker, &walker, &error)) << error;
+    EXPECT_EQ(direct.sheets, walker.sheets) << path;
+    EXPECT_EQ(direct.items, walker.items) << path;
+    EXPECT_EQ(direct.cells, walker.cells) << path;
+    EXPECT_EQ(direct.cellsWithText, walker.cellsWithText) << path;
+    EXPECT_EQ(direct.textBytes, walker.textBytes) << path;
+    EXPECT_EQ(direct.objects, walker.objects) << path;
+    EXPECT_EQ(direct.fills, walker.fills) << path;
+  }
+  std::remove(generated.c_str());
+}
+
+// The grid is the plug-in's only memory that grows with the workbook, and it
+// grows with the extent, never with the number of cells.
+TEST_F(WalkCount, PluginMemoryFollowsTheExtentNotTheCells) {
+  GeneratorStats small, large;
+  const std::string a = writeWorkbook(512 << 10, 13, &small);
+  const std::string b = writeWorkbook(2 << 20, 13, &large);
+  WalkCounts smallCounts, largeCounts;
+  std::string error;
+  ASSERT_TRUE(walkWorkbook(table_, a, WalkMode::Direct, &smallCounts, &error)) << error;
+  ASSERT_TRUE(walkWorkbook(table_, b, WalkMode::Direct, &largeCounts, &error)) << error;
+  for (const auto& [stats, counts] : {std::pair{small, smallCounts}, std::pair{large, largeCounts}}) {
+    const uint64_t gridBytes = uint64_t{stats.maxRow + 1} * (stats.maxColumn + 1 + 2 * sizeof(void*));
+    EXPECT_LT(counts.peakHostBytes, gridBytes + (1u << 20)) << stats.bytes;
+  }
+  std::remove(a.c_str());
+  std::remove(b.c_str());
+}
+
+TEST_F(WalkCount, RefusesWhatIsNotAWorkbook) {
+  const std::string path = ::testing::TempDir() + "walk_count_plain.txt";
+  std::FILE* file = std::fopen(path.c_str(), "wb");
+  ASSERT_NE(file, nullptr);
+  std::fputs("just some text\nand more\n", file);
+  std::fclose(file);
+  WalkCounts counts;
+  std::string error;
+  EXPECT_FALSE(walkWorkbook(table_, path, WalkMode::Direct, &counts, &error));
+  EXPECT_FALSE(error.empty());
+  EXPECT_FALSE(walkWorkbook(table_, path + ".missing", WalkMode::Direct, &counts, &error));
+  std::remove(path.c_str());
+}
+
+}  // namespace
+}  // namespace wzss::tools
