@@ -4,6 +4,8 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <fstream>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -356,6 +358,137 @@ TEST(Pump, ClosingAndReopeningGivesTheSameItems) {
   EXPECT_EQ(first.front().settings.defaultColumnWidth, 1080u);
   EXPECT_EQ(second.front().settings.defaultColumnWidth, 1080u);
   EXPECT_EQ(runsOf(first).size(), 2u + 2u + 2u);
+}
+
+// --- Whole workbooks ------------------------------------------------------------------------
+
+std::string sampleWorkbook() {
+  std::ifstream file(std::string(WZSS_SAMPLES_DIR) + "/budget.wzs", std::ios::binary);
+  std::stringstream contents;
+  contents << file.rdbuf();
+  return contents.str();
+}
+
+// What the host needs to tell two deliveries of a sheet apart.
+std::vector<std::vector<uint32_t>> essentials(const std::vector<SheetItem>& items) {
+  std::vector<std::vector<uint32_t>> result;
+  for (const SheetItem& item : items) {
+    switch (item.itemType) {
+      case WZSS_ITEM_CELL:
+        result.push_back({item.itemType, item.cell.row, item.cell.column, item.cell.textLength,
+                          static_cast<uint32_t>(item.cell.hasFill), item.cell.hasBorder});
+        break;
+      case WZSS_ITEM_ROW_RUN:
+      case WZSS_ITEM_COLUMN_RUN:
+        result.push_back({item.itemType, item.run.first, item.run.last, item.run.size});
+        break;
+      case WZSS_ITEM_OBJECT:
+        result.push_back({item.itemType, item.object.topColumn, item.object.topRow,
+                          item.object.bottomColumn, item.object.bottomRow});
+        break;
+      default:
+        result.push_back({item.itemType});
+    }
+  }
+  return result;
+}
+
+void releaseObjects(TestHost& host, const std::vector<SheetItem>& items) {
+  for (const SheetItem& item : items) {
+    if (item.itemType != WZSS_ITEM_OBJECT || item.object.descriptor == nullptr) continue;
+    StreamInterface* content = item.object.descriptor->content;
+    if (content != nullptr && content->Release != nullptr) content->Release(content);
+    host.services.free(item.object.descriptor);
+  }
+}
+
+TEST(SampleWorkbook, BudgetSheetInItsPhases) {
+  TestHost host(sampleWorkbook());
+  ASSERT_EQ(host.scan(), 1);
+  ASSERT_NE(host.openSheet(0), nullptr);
+  std::vector<SheetItem> items;
+  host.pumpAll(&items);
+  ASSERT_GT(items.size(), 10u);
+
+  const SheetItemSettings& settings = items[0].settings;
+  EXPECT_EQ(items[0].itemType, static_cast<uint32_t>(WZSS_ITEM_SETTINGS));
+  EXPECT_EQ(settings.maxRow, 30u);
+  EXPECT_EQ(settings.maxColumn, 12u);
+  EXPECT_EQ(settings.defaultColumnWidth, 1200u);
+  EXPECT_EQ(settings.defaultFontHeight, 200u);
+  EXPECT_EQ(items[1].itemType, static_cast<uint32_t>(WZSS_ITEM_OPTION));
+  // Title row 1 and title column A keep their places; nothing precedes them.
+  const std::vector<ItemRun> runs = {rowRun(1, 1, 8800),     rowRun(2, 2, 704),
+                                     columnRun(1, 1, 2400),  columnRun(2, 2, 1440),
+                                     columnRun(3, 3, 1440),  columnRun(4, 4, 1440),
+                                     rowRun(10, 11, 0),      columnRun(7, 12, 0)};
+  EXPECT_EQ(runsOf(items), runs);
+  for (size_t i = 2 + runs.size(); i < items.size(); ++i) {
+    EXPECT_EQ(items[i].itemType, static_cast<uint32_t>(WZSS_ITEM_CELL)) << "item " << i;
+  }
+  EXPECT_EQ(host.next(), 1);
+}
+
+TEST(SampleWorkbook, SalesSheetDeliversItsChartBeforeTheCells) {
+  TestHost host(sampleWorkbook());
+  ASSERT_EQ(host.scan(), 1);
+  ASSERT_NE(host.openSheet(1), nullptr);
+  std::vector<SheetItem> items;
+  host.pumpAll(&items);
+  const std::vector<uint32_t> types = typesOf(items);
+  ASSERT_GT(types.size(), 4u);
+  EXPECT_EQ(std::vector<uint32_t>(types.begin(), types.begin() + 5),
+            (std::vector<uint32_t>{WZSS_ITEM_SETTINGS, WZSS_ITEM_OPTION, WZSS_ITEM_COLUMN_RUN,
+                                   WZSS_ITEM_OBJECT, WZSS_ITEM_CELL}));
+  EXPECT_EQ(items[0].settings.defaultColumnWidth, 1080u);
+  EXPECT_EQ(runsOf(items), (std::vector<ItemRun>{columnRun(1, 1, 1920)}));
+  releaseObjects(host, items);
+}
+
+TEST(SampleWorkbook, ReopeningASheetGivesTheSameItems) {
+  TestHost host(sampleWorkbook());
+  ASSERT_EQ(host.scan(), 1);
+  for (uint32_t index = 0; index < host.info.sheetCount; ++index) {
+    SCOPED_TRACE(index);
+    // Object streams reach their sheet, so they go back before it closes.
+    ASSERT_NE(host.openSheet(index), nullptr);
+    std::vector<SheetItem> first;
+    host.pumpAll(&first);
+    releaseObjects(host, first);
+    host.closeSheet();
+    ASSERT_NE(host.openSheet(index), nullptr);
+    std::vector<SheetItem> second;
+    host.pumpAll(&second);
+    releaseObjects(host, second);
+    host.closeSheet();
+    EXPECT_EQ(essentials(first), essentials(second));
+  }
+}
+
+// Every allocation of an open refused in turn, over a whole workbook.
+TEST(SampleWorkbook, OpeningSurvivesEveryRefusedAllocation) {
+  uint64_t opening = 0;
+  {
+    TestHost probe(sampleWorkbook());
+    ASSERT_EQ(probe.scan(), 1);
+    const uint64_t before = probe.services.stats().allocations;
+    ASSERT_NE(probe.openSheet(0), nullptr);
+    opening = probe.services.stats().allocations - before;
+  }
+  for (uint64_t k = 1; k <= opening; ++k) {
+    SCOPED_TRACE(k);
+    TestHost host(sampleWorkbook());
+    ASSERT_EQ(host.scan(), 1);
+    const uint64_t live = host.services.stats().liveBlocks;
+    host.services.failAllocation(host.services.stats().allocations + k);
+    if (host.openSheet(0) == nullptr) {
+      EXPECT_EQ(host.services.stats().liveBlocks, live);
+      continue;
+    }
+    // Only a row's format ids can be refused without refusing the sheet.
+    EXPECT_GT(k, 2u + 31u);
+    EXPECT_EQ(host.pumpAll() > 10, true);
+  }
 }
 
 }  // namespace
