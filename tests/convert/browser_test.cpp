@@ -1,0 +1,203 @@
+// The pages as a browser shows them: headless Chromium renders the HTML of
+// the styled test workbook and of the budget sample; the test reads the
+// DOM it dumps and leaves screenshots in the build directory for a person
+// to look at. Skipped where Chromium is not installed (CI installs the
+// Debian package "chromium").
+#include <gtest/gtest.h>
+
+#include <sys/wait.h>
+
+#include <cstdio>
+#include <regex>
+
+#include "cli/html_writer.h"
+#include "convert_fixture.h"
+
+namespace fs = std::filesystem;
+
+namespace wzss::cli {
+namespace {
+
+constexpr const char* kChromiumFlags =
+    "--headless --no-sandbox --disable-gpu --disable-quic --no-first-run "
+    "--disable-background-networking --disable-component-update --disable-sync "
+    "--window-size=1280,900";
+constexpr const char* kTimeout = "timeout 120";
+
+// Run by the test's page only: writes each styled cell's computed style
+// into the DOM, then scrolls the first sheet and notes where its title row
+// ended up. The converter's own pages carry no script.
+constexpr const char* kProbeScript = R"(
+for (const td of document.querySelectorAll('td[data-cell]')) {
+  const s = getComputedStyle(td);
+  td.setAttribute('data-computed', [s.color, s.backgroundColor, s.fontWeight, s.fontStyle,
+    s.fontSize, s.textAlign, s.verticalAlign, s.borderLeftStyle, s.borderBottomStyle,
+    s.whiteSpace, s.position].join('|'));
+}
+const viewport = document.querySelector('#sheet-1 .viewport');
+const title = document.querySelector('#sheet-1 td[data-cell="A1"]');
+viewport.scrollTop = 300;
+document.body.setAttribute('data-scrolled', String(viewport.scrollTop));
+document.body.setAttribute('data-title-offset', String(Math.round(
+    title.getBoundingClientRect().top - viewport.getBoundingClientRect().top)));
+)";
+
+bool chromiumPresent() { return std::system("command -v chromium >/dev/null 2>&1") == 0; }
+
+struct Chromium {
+  convert_test::TempDir profile;
+
+  // The DOM after load, or empty when the browser failed.
+  std::string dumpDom(const fs::path& page) {
+    return run(std::string("--dump-dom file://") + page.string());
+  }
+  bool screenshot(const fs::path& page, const fs::path& png) {
+    fs::remove(png);
+    run("--screenshot=" + png.string() + " file://" + page.string());
+    return fs::exists(png) && fs::file_size(png) > 0;
+  }
+
+ private:
+  std::string run(const std::string& arguments) {
+    const std::string line = std::string(kTimeout) + " chromium " + kChromiumFlags +
+                             " --user-data-dir=" + profile.path().string() + " " + arguments +
+                             " 2>/dev/null";
+    std::string out;
+    std::FILE* pipe = popen(line.c_str(), "r");
+    if (pipe == nullptr) return out;
+    char buffer[8192];
+    size_t got;
+    while ((got = std::fread(buffer, 1, sizeof buffer, pipe)) > 0) out.append(buffer, got);
+    pclose(pipe);
+    return out;
+  }
+};
+
+std::vector<std::string> computedStyle(const std::string& dom, const std::string& address) {
+  const std::regex pattern("<td data-cell=\"" + address + "\"[^>]*data-computed=\"([^\"]*)\"");
+  std::smatch match;
+  if (!std::regex_search(dom, match, pattern)) return {};
+  std::vector<std::string> parts;
+  std::string rest = match[1];
+  for (size_t at; (at = rest.find('|')) != std::string::npos; rest.erase(0, at + 1))
+    parts.push_back(rest.substr(0, at));
+  parts.push_back(rest);
+  return parts;
+}
+
+enum Part { Color, Background, Weight, FontStyle, FontSize, TextAlign, VerticalAlign,
+            BorderLeft, BorderBottom, WhiteSpace, Position, kParts };
+
+class BrowserTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    if (!chromiumPresent()) GTEST_SKIP() << "chromium is not installed (Debian package \"chromium\")";
+  }
+
+  fs::path writePage(const std::string& name, const std::string& html) {
+    const fs::path page = dir_.path() / name;
+    convert_test::writeFile(page, html);
+    return page;
+  }
+
+  convert_test::TempDir dir_;
+  Chromium browser_;
+};
+
+TEST_F(BrowserTest, ThePageShowsTheSheetsWithoutHiddenRowsAndWithoutRunningHostileText) {
+  const WorkbookModel book = convert_test::readOrFail(convert_test::dataPath("styled.wzs"));
+  const std::string dom = browser_.dumpDom(writePage("styled.html", workbookHtml(book, {})));
+  ASSERT_NE(dom.find("</html>"), std::string::npos) << "no DOM from chromium";
+  const std::string first = dom.substr(0, dom.find("id=\"sheet-2\""));
+  size_t tables = 0;
+  for (size_t at = dom.find("<table class=\"grid\""); at != std::string::npos;
+       at = dom.find("<table class=\"grid\"", at + 1))
+    ++tables;
+  EXPECT_EQ(tables, 2u);
+  EXPECT_NE(first.find("<tr data-row=\"3\""), std::string::npos);
+  EXPECT_EQ(first.find("<tr data-row=\"4\""), std::string::npos);
+  EXPECT_EQ(first.find("hidden row text"), std::string::npos);
+  EXPECT_NE(first.find(">Styled title</td>"), std::string::npos);
+  EXPECT_NE(first.find(">1234.50</td>"), std::string::npos);
+  EXPECT_NE(dom.find(">North</td>"), std::string::npos);
+  // The hostile cell stayed text: no element came of it, the title is ours.
+  EXPECT_NE(first.find("&lt;script&gt;document.title=\"pwned\"&lt;/script&gt;&lt;img src=x"),
+            std::string::npos);
+  EXPECT_EQ(dom.find("<img"), std::string::npos);
+  EXPECT_NE(dom.find("<title>styled.wzs</title>"), std::string::npos);
+}
+
+TEST_F(BrowserTest, StyledCellsComputeTheirStyles) {
+  const WorkbookModel book = convert_test::readOrFail(convert_test::dataPath("styled.wzs"));
+  HtmlOptions options;
+  options.titleRows = 1;
+  options.probeScript = kProbeScript;
+  const std::string dom = browser_.dumpDom(writePage("probe.html", workbookHtml(book, options)));
+  ASSERT_NE(dom.find("data-computed"), std::string::npos) << "the probe did not run";
+
+  const auto b2 = computedStyle(dom, "B2");  // centred italic red on yellow, boxed
+  ASSERT_EQ(b2.size(), size_t{kParts});
+  EXPECT_EQ(b2[Color], "rgb(255, 0, 0)");
+  EXPECT_EQ(b2[Background], "rgb(255, 255, 0)");
+  EXPECT_EQ(b2[FontStyle], "italic");
+  EXPECT_EQ(b2[Weight], "400");
+  EXPECT_EQ(b2[TextAlign], "center");
+  EXPECT_EQ(b2[BorderLeft], "solid");
+  EXPECT_EQ(b2[BorderBottom], "solid");
+
+  const auto a1 = computedStyle(dom, "A1");  // bold 14 pt blue title
+  ASSERT_EQ(a1.size(), size_t{kParts});
+  EXPECT_EQ(a1[Color], "rgb(0, 0, 255)");
+  EXPECT_EQ(a1[Weight], "700");
+  EXPECT_EQ(a1[FontSize].substr(0, 5), "18.66");  // 14 pt in px
+  EXPECT_EQ(a1[Position], "sticky");
+
+  const auto a2 = computedStyle(dom, "A2");  // wrapped, top
+  ASSERT_EQ(a2.size(), size_t{kParts});
+  EXPECT_EQ(a2[WhiteSpace], "pre-wrap");
+  EXPECT_EQ(a2[VerticalAlign], "top");
+
+  const auto b3 = computedStyle(dom, "B3");  // a full shade of blue, a number right
+  ASSERT_EQ(b3.size(), size_t{kParts});
+  EXPECT_EQ(b3[Background], "rgb(0, 0, 255)");
+  EXPECT_EQ(b3[TextAlign], "right");
+
+  const auto a7 = computedStyle(dom, "A7");  // 60 % yellow into white, formatted empty
+  ASSERT_EQ(a7.size(), size_t{kParts});
+  EXPECT_EQ(a7[Background], "rgb(255, 255, 102)");
+  EXPECT_EQ(a7[BorderLeft], "solid");
+
+  // Scrolled down, the title row still sits right below the column letters.
+  const std::regex scrolled("data-scrolled=\"([0-9]+)\" data-title-offset=\"(-?[0-9]+)\"");
+  std::smatch match;
+  ASSERT_TRUE(std::regex_search(dom, match, scrolled)) << "the probe did not scroll";
+  EXPECT_GT(std::stoi(match[1]), 100);
+  EXPECT_EQ(std::stoi(match[2]), 20);
+}
+
+TEST_F(BrowserTest, ScreenshotsForAPersonToLookAt) {
+  const fs::path output = WZSS_BROWSER_OUTPUT_DIR;
+  // The sample keeps row 1 and column A as titles; the styled workbook row 1.
+  const struct {
+    std::string workbook;
+    uint32_t titleRows, titleColumns;
+    const char* png;
+  } pages[] = {
+      {convert_test::samplePath("budget.wzs"), 1, 1, "budget.png"},
+      {convert_test::dataPath("styled.wzs"), 1, 0, "styled.png"},
+  };
+  for (const auto& p : pages) {
+    const WorkbookModel book = convert_test::readOrFail(p.workbook);
+    HtmlOptions options;
+    options.titleRows = p.titleRows;
+    options.titleColumns = p.titleColumns;
+    const fs::path page = writePage(fs::path(p.png).replace_extension(".html").string(),
+                                    workbookHtml(book, options));
+    EXPECT_TRUE(browser_.screenshot(page, output / p.png)) << p.png;
+    const std::string png = convert_test::readFile(output / p.png);
+    EXPECT_EQ(png.substr(0, 8), "\x89PNG\r\n\x1a\n") << p.png;
+  }
+}
+
+}  // namespace
+}  // namespace wzss::cli

@@ -1,0 +1,87 @@
+#include "convert_fixture.h"
+
+#include <atomic>
+#include <fstream>
+#include <sstream>
+#include <unistd.h>
+
+namespace wzss::convert_test {
+
+const SSReaderInterface& readerTable() {
+  static const SSReaderInterface table = [] {
+    SSReaderInterface t{};
+    wzGetSSReaderInterface(&t);
+    return t;
+  }();
+  return table;
+}
+
+std::string dataPath(const std::string& name) { return std::string(WZSS_CONVERT_DATA_DIR) + "/" + name; }
+std::string samplePath(const std::string& name) { return std::string(WZSS_SAMPLES_DIR) + "/" + name; }
+
+cli::WorkbookModel readOrFail(const std::string& path) {
+  auto book = cli::readWorkbook(readerTable(), path);
+  if (!book) {
+    ADD_FAILURE() << path << ": " << book.error().message;
+    return {};
+  }
+  return std::move(book.value());
+}
+
+std::string readFile(const std::filesystem::path& path) {
+  std::ifstream in(path, std::ios::binary);
+  std::ostringstream text;
+  text << in.rdbuf();
+  return text.str();
+}
+
+void writeFile(const std::filesystem::path& path, const std::string& content) {
+  std::ofstream out(path, std::ios::binary);
+  out << content;
+}
+
+TempDir::TempDir() {
+  static std::atomic<unsigned> counter{0};
+  path_ = std::filesystem::temp_directory_path() /
+          ("wzss-convert-" + std::to_string(::getpid()) + "-" + std::to_string(counter++));
+  std::filesystem::remove_all(path_);
+  std::filesystem::create_directories(path_);
+}
+
+TempDir::~TempDir() {
+  std::error_code ignored;
+  std::filesystem::remove_all(path_, ignored);
+}
+
+host::Settings settings(uint32_t maxRow, uint32_t maxColumn, uint32_t columnWidth,
+                        uint32_t fontHeight) {
+  host::Settings s;
+  s.maxRow = maxRow;
+  s.maxColumn = maxColumn;
+  s.defaultColumnWidth = columnWidth;
+  s.defaultFontHeight = fontHeight;
+  return s;
+}
+
+cli::SheetModel sheetOfItems(std::vector<host::Item>& items) {
+  cli::SheetGatherer gatherer;
+  host::SheetInfo info;
+  info.number = 1;
+  info.name = "Sheet";
+  gatherer.beginSheet(info);
+  for (host::Item& item : items) gatherer.add(item);
+  return std::move(gatherer.sheets().front());
+}
+
+host::Cell textCell(uint32_t row, uint32_t column, std::string text) {
+  host::Cell cell;
+  cell.row = row;
+  cell.column = column;
+  cell.textLength = static_cast<uint32_t>(text.size() + 1);
+  cell.text = std::move(text);
+  cell.hasFont = 1;
+  cell.backColor = 0xFFFFFF;
+  return cell;
+}
+
+}  // namespace wzss::convert_test

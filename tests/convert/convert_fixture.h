@@ -1,0 +1,52 @@
+// Shared by the converter tests: the plug-in's table (linked in), the test
+// workbooks, temporary directories and sheet models built from items.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "cli/sheet_model.h"
+#include "host/walker.h"
+#include "wzss/reader_abi.h"
+
+namespace wzss::convert_test {
+
+const SSReaderInterface& readerTable();
+std::string dataPath(const std::string& name);
+std::string samplePath(const std::string& name);
+
+// Reads a workbook through the linked plug-in; fails the test when it cannot.
+cli::WorkbookModel readOrFail(const std::string& path);
+
+std::string readFile(const std::filesystem::path& path);
+void writeFile(const std::filesystem::path& path, const std::string& content);
+
+// A fresh directory under the system's temporary folder, removed at the end.
+class TempDir {
+ public:
+  TempDir();
+  ~TempDir();
+  TempDir(const TempDir&) = delete;
+  TempDir& operator=(const TempDir&) = delete;
+  const std::filesystem::path& path() const { return path_; }
+
+ private:
+  std::filesystem::path path_;
+};
+
+// Items to a sheet model, as the walker would hand them over.
+cli::SheetModel sheetOfItems(std::vector<host::Item>& items);
+template <class... Items>
+cli::SheetModel sheetOf(Items... items) {
+  std::vector<host::Item> list;
+  (list.emplace_back(std::move(items)), ...);
+  return sheetOfItems(list);
+}
+host::Settings settings(uint32_t maxRow, uint32_t maxColumn, uint32_t columnWidth,
+                        uint32_t fontHeight);
+host::Cell textCell(uint32_t row, uint32_t column, std::string text);
+
+}  // namespace wzss::convert_test

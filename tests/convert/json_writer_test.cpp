@@ -1,0 +1,135 @@
+#include <gtest/gtest.h>
+
+#include <nlohmann/json.hpp>
+
+#include "cli/json_writer.h"
+#include "convert_fixture.h"
+
+namespace wzss::cli {
+namespace {
+
+using Json = nlohmann::json;
+
+class StyledJson : public ::testing::Test {
+ protected:
+  static void SetUpTestSuite() {
+    const WorkbookModel book = convert_test::readOrFail(convert_test::dataPath("styled.wzs"));
+    text_ = new std::string(workbookJsonText(book));
+  }
+  static void TearDownTestSuite() { delete text_; }
+
+  // The document parsed back, as any consumer would read it.
+  static Json document() { return Json::parse(*text_); }
+  static Json cell(const Json& sheet, const std::string& address) {
+    for (const Json& c : sheet["cells"])
+      if (c["address"] == address) return c;
+    ADD_FAILURE() << "no cell " << address;
+    return Json::object();
+  }
+
+  static std::string* text_;
+};
+std::string* StyledJson::text_ = nullptr;
+
+TEST_F(StyledJson, IsOneValidDocumentWithTheWorkbookAtItsTop) {
+  ASSERT_TRUE(Json::accept(*text_));
+  const Json doc = document();
+  EXPECT_EQ(doc["format"], "wzss-workbook");
+  EXPECT_EQ(doc["schemaVersion"], kJsonSchemaVersion);
+  EXPECT_EQ(doc["file"], "styled.wzs");
+  ASSERT_EQ(doc["sheets"].size(), 2u);
+  EXPECT_EQ(doc["sheets"][1]["name"], "Q1/Q2 <b>x</b>");
+  EXPECT_EQ(text_->back(), '\n');
+}
+
+TEST_F(StyledJson, SheetsCarrySettingsSizesAndHiddenRuns) {
+  const Json sheet = document()["sheets"][0];
+  for (const char* key : {"number", "name", "settings", "rowHeights", "columnWidths", "hiddenRows",
+                          "hiddenColumns", "objects", "cells", "formattedEmptyCells"})
+    EXPECT_TRUE(sheet.contains(key)) << key;
+  EXPECT_EQ(sheet["settings"]["defaultColumnWidth"], 1200);
+  EXPECT_EQ(sheet["settings"]["defaultFont"]["name"], "Helvetica");
+  EXPECT_EQ(sheet["settings"]["defaultFont"]["size"], 10);
+  EXPECT_EQ(sheet["rowHeights"], Json::parse(R"([{"first":2,"last":2,"height":880}])"));
+  EXPECT_EQ(sheet["columnWidths"][0], Json::parse(R"({"first":1,"last":1,"width":1920})"));
+  EXPECT_EQ(sheet["hiddenRows"], Json::parse(R"([{"first":4,"last":4}])"));
+  EXPECT_EQ(sheet["hiddenColumns"], Json::parse(R"([{"first":3,"last":3}])"));
+}
+
+TEST_F(StyledJson, CellsCarryTextAlignmentFontColoursAndBorders) {
+  const Json sheet = document()["sheets"][0];
+  const Json b2 = cell(sheet, "B2");
+  EXPECT_EQ(b2["row"], 2);
+  EXPECT_EQ(b2["column"], 2);
+  EXPECT_EQ(b2["text"], "1234.50");
+  EXPECT_EQ(b2["hidden"], false);
+  EXPECT_EQ(b2["alignment"]["horizontal"], "center");
+  EXPECT_EQ(b2["alignment"]["vertical"], "bottom");
+  EXPECT_EQ(b2["alignment"]["wrap"], false);
+  EXPECT_EQ(b2["font"]["italic"], true);
+  EXPECT_EQ(b2["font"]["bold"], false);
+  EXPECT_EQ(b2["textColor"], "#ff0000");
+  EXPECT_EQ(b2["backColor"], "#ffff00");
+  EXPECT_TRUE(b2["fill"].is_null());
+  EXPECT_EQ(b2["borders"]["left"], Json::parse(R"({"style":5,"color":"#000000"})"));
+  EXPECT_EQ(b2["borders"]["bottom"]["style"], 8);
+
+  const Json a2 = cell(sheet, "A2");
+  EXPECT_EQ(a2["alignment"]["wrap"], true);
+  EXPECT_EQ(a2["alignment"]["vertical"], "top");
+  EXPECT_TRUE(a2["borders"].is_null());
+
+  const Json a1 = cell(sheet, "A1");
+  EXPECT_EQ(a1["font"], Json::parse(R"({"name":"Helvetica","size":14,"bold":true,"italic":false,"underline":false})"));
+  EXPECT_EQ(a1["textColor"], "#0000ff");
+
+  const Json b3 = cell(sheet, "B3");
+  EXPECT_EQ(b3["fill"], Json::parse(R"({"pattern":0,"shadePercent":100,"patternColor":"#0000ff",
+                                       "backgroundColor":"#ffffff","shownColor":"#0000ff"})"));
+}
+
+TEST_F(StyledJson, HiddenCellsAreMarkedAndCarryNoText) {
+  const Json a4 = cell(document()["sheets"][0], "A4");
+  EXPECT_EQ(a4["hidden"], true);
+  EXPECT_TRUE(a4["text"].is_null());
+}
+
+TEST_F(StyledJson, HostileTextsSurviveAsPlainStrings) {
+  EXPECT_EQ(cell(document()["sheets"][0], "A5")["text"],
+            "<script>document.title=\"pwned\"</script><img src=x onerror=alert(1)> & 'q'");
+}
+
+TEST_F(StyledJson, FormattedEmptyCellsCarryOnlyFillAndBorders) {
+  const Json empty = document()["sheets"][0]["formattedEmptyCells"];
+  ASSERT_EQ(empty.size(), 2u);
+  EXPECT_EQ(empty[0]["address"], "A7");
+  EXPECT_FALSE(empty[0].contains("text"));
+  EXPECT_FALSE(empty[0].contains("font"));
+  EXPECT_EQ(empty[0]["fill"]["shadePercent"], 60);
+  EXPECT_EQ(empty[0]["fill"]["patternColor"], "#ffff00");
+  EXPECT_EQ(empty[0]["fill"]["shownColor"], "#ffff66");
+  EXPECT_EQ(empty[0]["borders"]["top"]["style"], 5);
+}
+
+TEST_F(StyledJson, ObjectsCarryAnchorsFrameSizeTextAndDrawingLength) {
+  const Json objects = document()["sheets"][0]["objects"];
+  ASSERT_EQ(objects.size(), 1u);
+  const Json& o = objects[0];
+  EXPECT_EQ(o["from"], Json::parse(R"({"column":4,"row":5,"address":"D5","x":144,"y":0})"));
+  EXPECT_EQ(o["to"], Json::parse(R"({"column":6,"row":9,"address":"F9","x":0,"y":128})"));
+  EXPECT_EQ(o["frame"]["top"]["style"], 5);
+  EXPECT_EQ(o["sizeText"], "W2.00inH1.00in");
+  EXPECT_EQ(o["hasDrawing"], true);
+  EXPECT_GT(o["drawingLength"].get<int>(), 0);
+}
+
+TEST(WorkbookJson, BytesThatAreNoUtf8BecomeReplacementCharacters) {
+  WorkbookModel book;
+  book.path = "x.wzs";
+  book.sheets.push_back(convert_test::sheetOf(convert_test::textCell(1, 1, "caf\xe9")));
+  const Json doc = Json::parse(workbookJsonText(book));
+  EXPECT_EQ(doc["sheets"][0]["cells"][0]["text"], "caf\xef\xbf\xbd");
+}
+
+}  // namespace
+}  // namespace wzss::cli
