@@ -18,6 +18,10 @@ constexpr uint32_t kColumnHeaderHeight = 20;  // px, the row of column letters
 constexpr uint32_t kMinimumSize = 2;          // px: a shown row or column never collapses
 constexpr uint32_t kYOffsetUnits = 256;       // object y offsets count 256ths of the row
 constexpr uint32_t kMinimumObjectSize = 8;    // px
+// Title rows (columns) stay in view only while together they leave most of
+// a window free: a title row taller than this would leave nothing to scroll.
+constexpr uint32_t kMaxStickyHeight = 300;  // px
+constexpr uint32_t kMaxStickyWidth = 500;   // px
 // An empty stretch beyond the last used cell, up to the sheet's extent, is
 // drawn so the page looks like a sheet; never more than this many.
 constexpr uint32_t kMaxPaddingRows = 200;
@@ -169,7 +173,9 @@ class SheetWriter {
  public:
   SheetWriter(const SheetModel& sheet, const HtmlOptions& options, StyleClasses& styles,
               std::string& css)
-      : sheet_(sheet), options_(options), styles_(styles), css_(css), layout_(layoutOf(sheet)) {}
+      : sheet_(sheet), options_(options), styles_(styles), css_(css), layout_(layoutOf(sheet)),
+        stickyRows_(stickyCount(layout_.rows, options.titleRows, kMaxStickyHeight)),
+        stickyColumns_(stickyCount(layout_.columns, options.titleColumns, kMaxStickyWidth)) {}
 
   std::string html(size_t index) {
     const std::string id = fmt::format("sheet-{}", index + 1);
@@ -188,19 +194,31 @@ class SheetWriter {
  private:
   uint32_t tableWidth() const { return kRowHeaderWidth + layout_.columns.total(); }
 
+  // How many of the first rows (columns) stick: the title ones, as long as
+  // their sizes add up to no more than limit.
+  static uint32_t stickyCount(const Axis& axis, uint32_t titles, uint32_t limit) {
+    uint32_t sum = 0, count = 0;
+    for (size_t i = 0; i < axis.index.size() && axis.index[i] <= titles; ++i) {
+      sum += axis.pixels[i];
+      if (sum > limit) break;
+      count = axis.index[i];
+    }
+    return count;
+  }
+
   // Title rows stick below the column letters, title columns right of the
   // row numbers, each at the sum of the sizes before it.
   void stickyRules(const std::string& id) {
     uint32_t top = kColumnHeaderHeight;
-    for (size_t i = 0; i < layout_.rows.index.size() && layout_.rows.index[i] <= options_.titleRows; ++i) {
-      css_ += fmt::format("#{} tr.title{}>td{{position:sticky;top:{}px;z-index:2}}\n", id,
+    for (size_t i = 0; i < layout_.rows.index.size() && layout_.rows.index[i] <= stickyRows_; ++i) {
+      css_ += fmt::format("#{} tr.title{}>*{{position:sticky;top:{}px}}\n", id,
                           layout_.rows.index[i], top);
       top += layout_.rows.pixels[i];
     }
     uint32_t left = kRowHeaderWidth;
     for (size_t i = 0;
-         i < layout_.columns.index.size() && layout_.columns.index[i] <= options_.titleColumns; ++i) {
-      css_ += fmt::format("#{} td.title{}{{position:sticky;left:{}px;z-index:2}}\n", id,
+         i < layout_.columns.index.size() && layout_.columns.index[i] <= stickyColumns_; ++i) {
+      css_ += fmt::format("#{0} td.title{1},#{0} th.title{1}{{position:sticky;left:{2}px}}\n", id,
                           layout_.columns.index[i], left);
       css_ += fmt::format("#{} tr[class^=title]>td.title{}{{z-index:3}}\n", id,
                           layout_.columns.index[i]);
@@ -214,7 +232,9 @@ class SheetWriter {
     for (uint32_t px : layout_.columns.pixels) out += fmt::format("<col style=\"width:{}px\">", px);
     out += "</colgroup>\n<thead><tr><th class=\"corner\"></th>";
     for (uint32_t column : layout_.columns.index)
-      out += fmt::format("<th class=\"ch\" scope=\"col\">{}</th>", columnLetters(column));
+      out += fmt::format("<th class=\"ch{}\" scope=\"col\">{}</th>",
+                         column <= stickyColumns_ ? fmt::format(" title{}", column) : "",
+                         columnLetters(column));
     out += "</tr></thead>\n<tbody>\n";
     for (size_t i = 0; i < layout_.rows.index.size(); ++i) out += row(layout_.rows.index[i], layout_.rows.pixels[i]);
     out += "</tbody>\n</table>\n";
@@ -223,7 +243,7 @@ class SheetWriter {
 
   std::string row(uint32_t row, uint32_t pixels) {
     std::string out = fmt::format("<tr data-row=\"{}\"", row);
-    if (row <= options_.titleRows) out += fmt::format(" class=\"title{}\"", row);
+    if (row <= stickyRows_) out += fmt::format(" class=\"title{}\"", row);
     out += fmt::format(" style=\"height:{}px\"><th class=\"rh\" scope=\"row\">{}</th>", pixels, row);
     const auto& columns = layout_.columns.index;
     for (size_t i = 0; i < columns.size(); ++i) {
@@ -238,7 +258,7 @@ class SheetWriter {
   std::string td(uint32_t row, uint32_t column, const CellModel* cell, const CellModel* next,
                  uint32_t rowPixels) {
     std::vector<std::string> classes;
-    if (column <= options_.titleColumns) classes.push_back(fmt::format("title{}", column));
+    if (column <= stickyColumns_) classes.push_back(fmt::format("title{}", column));
     std::string content;
     if (cell != nullptr) {
       const Alignment a = decodeAlignment(cell->align);
@@ -316,6 +336,8 @@ class SheetWriter {
   StyleClasses& styles_;
   std::string& css_;
   SheetLayout layout_;
+  uint32_t stickyRows_;
+  uint32_t stickyColumns_;
 };
 
 constexpr std::string_view kBaseCss = R"(*{box-sizing:border-box}
@@ -334,9 +356,13 @@ table.grid{border-collapse:separate;border-spacing:0;table-layout:fixed;font:10p
 .grid th{background:#efefef;color:#555;font-weight:normal;font-size:11px;border-right:1px solid #c8c8c8;border-bottom:1px solid #c8c8c8;padding:0 2px;overflow:hidden;white-space:nowrap}
 .grid thead th{position:sticky;top:0;z-index:4;height:20px;text-align:center}
 .grid th.rh{position:sticky;left:0;z-index:3;text-align:right}
-.grid th.corner{left:0;z-index:5}
+.grid th.corner{left:0;z-index:6}
 .grid td{background:#fff;border-right:1px solid #e2e2e2;border-bottom:1px solid #e2e2e2;padding:0 3px;overflow:hidden;white-space:pre;vertical-align:bottom;line-height:1.2}
 .grid td .wrap{overflow:hidden}
+.grid tr[class^=title]>td{z-index:2}
+.grid tr[class^=title]>th{z-index:4}
+.grid td[class*=title]{z-index:2}
+.grid thead th[class*=title]{z-index:5}
 .object{position:absolute;z-index:1;background:rgba(255,255,255,.85);display:flex;flex-direction:column;align-items:center;justify-content:center;gap:2px;font-size:11px;color:#444;overflow:hidden}
 .object-name{font-weight:600}
 )";

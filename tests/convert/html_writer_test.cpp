@@ -133,11 +133,32 @@ TEST(WorkbookHtml, TitleRowsAndColumnsStickAtTheirOffsets) {
   options.titleRows = 2;
   options.titleColumns = 1;
   const std::string page = workbookHtml(book, options);
-  EXPECT_NE(page.find("#sheet-1 tr.title1>td{position:sticky;top:20px"), std::string::npos);
-  EXPECT_NE(page.find("#sheet-1 tr.title2>td{position:sticky;top:60px"), std::string::npos);
+  EXPECT_NE(page.find("#sheet-1 tr.title1>*{position:sticky;top:20px}"), std::string::npos);
+  EXPECT_NE(page.find("#sheet-1 tr.title2>*{position:sticky;top:60px}"), std::string::npos);
   EXPECT_EQ(page.find("tr.title3"), std::string::npos);
-  EXPECT_NE(page.find("#sheet-1 td.title1{position:sticky;left:44px"), std::string::npos);
+  EXPECT_NE(page.find("#sheet-1 td.title1,#sheet-1 th.title1{position:sticky;left:44px}"),
+            std::string::npos);
+  EXPECT_NE(page.find("<th class=\"ch title1\" scope=\"col\">A</th><th class=\"ch\" scope=\"col\">B</th>"),
+            std::string::npos);
   EXPECT_NE(page.find("<tr data-row=\"2\" class=\"title2\""), std::string::npos);
+}
+
+TEST(WorkbookHtml, TitleRowsTooTallToLeaveRoomDoNotStick) {
+  WorkbookModel book;
+  book.path = "t.wzs";
+  // Rows of 100 px, 200 px and 100 px: the first two fit in 300 px, the third would not.
+  book.sheets.push_back(convert_test::sheetOf(convert_test::settings(4, 3, 1200, 200),
+                                              host::RowRun{1, 1, 1500}, host::RowRun{2, 2, 3000},
+                                              host::RowRun{3, 3, 1500}));
+  HtmlOptions options;
+  options.titleRows = 3;
+  std::string page = workbookHtml(book, options);
+  EXPECT_NE(page.find("tr.title2>*{position:sticky;top:120px}"), std::string::npos);
+  EXPECT_EQ(page.find("tr.title3"), std::string::npos);
+
+  book.sheets[0].rowHeights[0].size = 9000;  // 600 px: nothing can stick
+  page = workbookHtml(book, options);
+  EXPECT_EQ(page.find("tr.title"), std::string::npos);
 }
 
 TEST(WorkbookHtml, AHostileFontNameStaysInsideItsCssString) {
