@@ -313,14 +313,14 @@ TEST(ObjectStreamMake, NoStreamWithoutDrawingOrMemory) {
   EXPECT_NE(made.stream, nullptr);
 }
 
-TEST(ObjectStreamMake, AllocatesTheStreamRecordsSize) {
+TEST(ObjectStreamMake, AllocatesAtLeastTheStreamRecord) {
   ObjectWorkbook book(blockText(ObjectBlock{}));
   ASSERT_TRUE(book.index());
   book.openSheet(1);
   const uint64_t bytes = book.services.stats().liveBytes;
   StreamHandle made{wzMakeObjectStream(&book.sheet, 0)};
   ASSERT_NE(made.stream, nullptr);
-  EXPECT_EQ(book.services.stats().liveBytes - bytes, sizeof(StreamInterface));
+  EXPECT_GE(book.services.stats().liveBytes - bytes, sizeof(StreamInterface));
 }
 
 }  // namespace

@@ -117,6 +117,18 @@ TEST_F(WorkbookObjects, DeliveredAfterTheHiddenRunsAndBeforeTheCells) {
   releaseObjects(&host, items);
 }
 
+// Hosts often tidy up last: a stream released after its sheet and reader
+// are gone must not reach back into them (AddressSanitizer watches).
+TEST_F(WorkbookObjects, StreamsMayBeReleasedAfterTheSheetAndReaderClose) {
+  TestHost host(workbook({chartAt("A", "B2")}));
+  ASSERT_EQ(host.scan(), 1);
+  const std::vector<SheetItem> items = pumpSheet(&host, 0);
+  ASSERT_EQ(objectItems(items).size(), 1u);
+  ASSERT_NE(objectItems(items)[0].object.descriptor->content, nullptr);
+  host.closeReader();
+  releaseObjects(&host, items);
+}
+
 TEST_F(WorkbookObjects, EachSheetGetsItsOwn) {
   TestHost host(workbook({chartAt("A", "B2"), chartAt("B", "C3"), chartAt("B", "D4")}));
   ASSERT_EQ(host.scan(), 1);

@@ -3,9 +3,11 @@
 // sheet's document stream. The read state lives in the SheetReader and is
 // shared by all object streams of the sheet: Open binds it to one of them.
 //
-// Lifetime: the stream reaches its owning SheetReader through privateA, for
-// the read state and for the services that Release returns its memory to,
-// so a host uses and releases object streams before it closes their sheet.
+// Lifetime: the stream reaches its owning SheetReader through privateA for
+// the read state, so a host reads an object stream only while its sheet is
+// open. Release needs only the services, which the block carries behind the
+// StreamInterface the host sees: a host may release a stream after closing
+// its sheet (or its reader) without touching freed memory.
 #include <cstddef>
 #include <cstring>
 #include <string_view>
@@ -23,6 +25,14 @@ constexpr int32_t kFilterPageSize = 2;
 constexpr std::string_view kPageSizeLine = "KD_PAGESIZE";
 
 enum Whence : int32_t { kFromStart = 0, kFromCurrent = 1, kFromEnd = 2 };
+
+// What the plug-in allocates for one stream: the host's view first, then the
+// services its memory came from.
+struct ObjectStreamBlock {
+  StreamInterface stream;
+  HostServices* services;
+};
+static_assert(offsetof(ObjectStreamBlock, stream) == 0);
 
 SheetReader* ownerOf(StreamInterface* stream) {
   return static_cast<SheetReader*>(stream->privateA);
@@ -126,7 +136,8 @@ char* wzObjFilterLine(StreamInterface* stream, char* line, int32_t mode) {
 
 void wzObjRelease(StreamInterface* stream) {
   if (stream == nullptr) return;
-  hostFree(ownerOf(stream)->services, stream);
+  auto* block = reinterpret_cast<ObjectStreamBlock*>(stream);
+  hostFree(block->services, block);
 }
 
 }  // namespace
@@ -138,9 +149,12 @@ StreamInterface* wzMakeObjectStream(SheetReader* sheet, uint32_t objectIndex) {
   }
   if (reader->objects[objectIndex].drawingPos == 0) return nullptr;  // no drawing
 
-  auto* stream = static_cast<StreamInterface*>(hostAlloc(sheet->services, sizeof(StreamInterface)));
-  if (stream == nullptr) return nullptr;
-  std::memset(stream, 0, sizeof(StreamInterface));
+  auto* block =
+      static_cast<ObjectStreamBlock*>(hostAlloc(sheet->services, sizeof(ObjectStreamBlock)));
+  if (block == nullptr) return nullptr;
+  std::memset(block, 0, sizeof(ObjectStreamBlock));
+  block->services = sheet->services;
+  StreamInterface* stream = &block->stream;
   stream->streamKind = kObjectStreamKind;
   stream->privateA = sheet;
   stream->privateB = reinterpret_cast<void*>(static_cast<uintptr_t>(objectIndex));
