@@ -17,6 +17,10 @@
  * owns the sheet list (valid until WZCloseReader). Object descriptors and the
  * object streams inside them become the host's once delivered: release the
  * stream with its Release operation and the descriptor with HostServices Free.
+ * An object stream reads through its sheet's document stream: read it only
+ * while that sheet is open, and not while the sheet's cells are being pumped
+ * (the cell phase reads on from where the previous call left the stream).
+ * Release and Free may come at any time, also after WZCloseReader.
  *
  * Every block the plug-in keeps comes from HostServices. The plug-in starts no
  * threads and keeps no global state; all calls on one reader and its sheets
