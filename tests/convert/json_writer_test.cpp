@@ -1,6 +1,9 @@
+#include <gtest/gtest-spi.h>
 #include <gtest/gtest.h>
 
 #include <nlohmann/json.hpp>
+
+#include <regex>
 
 #include "cli/json_writer.h"
 #include "convert_fixture.h"
@@ -121,6 +124,82 @@ TEST_F(StyledJson, ObjectsCarryAnchorsFrameSizeTextAndDrawingLength) {
   EXPECT_EQ(o["sizeText"], "W2.00inH1.00in");
   EXPECT_EQ(o["hasDrawing"], true);
   EXPECT_GT(o["drawingLength"].get<int>(), 0);
+}
+
+// Just enough of JSON Schema for the schema we publish: $ref within the
+// document, allOf, type, const, enum, pattern, minimum, maximum, required,
+// properties and items. Every mismatch is reported with its path.
+class SchemaCheck {
+ public:
+  explicit SchemaCheck(Json schema) : root_(std::move(schema)) {}
+  void check(const Json& value, const Json& schema, const std::string& path) {
+    if (schema.contains("$ref")) {
+      const std::string ref = schema["$ref"];
+      check(value, root_.at(Json::json_pointer(ref.substr(1))), path);
+    }
+    for (const Json& part : schema.value("allOf", Json::array())) check(value, part, path);
+    if (schema.contains("type") && !typeMatches(value, schema["type"]))
+      ADD_FAILURE() << path << ": " << value.dump() << " is not of type " << schema["type"].dump();
+    if (schema.contains("const") && value != schema["const"]) ADD_FAILURE() << path << ": not the constant";
+    if (schema.contains("enum") && std::find(schema["enum"].begin(), schema["enum"].end(), value) ==
+                                       schema["enum"].end())
+      ADD_FAILURE() << path << ": " << value.dump() << " not in " << schema["enum"].dump();
+    if (value.is_string() && schema.contains("pattern") &&
+        !std::regex_search(value.get<std::string>(), std::regex(schema["pattern"].get<std::string>())))
+      ADD_FAILURE() << path << ": " << value.dump() << " does not match " << schema["pattern"];
+    if (value.is_number() && schema.contains("minimum") && value < schema["minimum"])
+      ADD_FAILURE() << path << ": below the minimum";
+    if (value.is_number() && schema.contains("maximum") && value > schema["maximum"])
+      ADD_FAILURE() << path << ": above the maximum";
+    if (value.is_object()) {
+      for (const Json& key : schema.value("required", Json::array()))
+        if (!value.contains(key.get<std::string>())) ADD_FAILURE() << path << ": lacks " << key;
+      const Json properties = schema.value("properties", Json::object());
+      for (const auto& [key, sub] : properties.items())
+        if (value.contains(key)) check(value[key], sub, path + "/" + key);
+    }
+    if (value.is_array() && schema.contains("items"))
+      for (size_t i = 0; i < value.size(); ++i) check(value[i], schema["items"], path + "/" + std::to_string(i));
+  }
+
+ private:
+  static bool typeMatches(const Json& value, const Json& type) {
+    if (type.is_array())
+      return std::any_of(type.begin(), type.end(), [&](const Json& t) { return typeMatches(value, t); });
+    const std::string name = type;
+    if (name == "object") return value.is_object();
+    if (name == "array") return value.is_array();
+    if (name == "string") return value.is_string();
+    if (name == "integer") return value.is_number_integer();
+    if (name == "boolean") return value.is_boolean();
+    if (name == "null") return value.is_null();
+    return false;
+  }
+  Json root_;
+};
+
+TEST(WorkbookJson, TheWorkbooksMatchThePublishedSchema) {
+  const Json schema = Json::parse(convert_test::readFile(WZSS_DOCS_DIR "/wzss-workbook.schema.json"));
+  for (const std::string& path :
+       {convert_test::dataPath("styled.wzs"), convert_test::samplePath("budget.wzs")}) {
+    SCOPED_TRACE(path);
+    const Json doc = Json::parse(workbookJsonText(convert_test::readOrFail(path)));
+    SchemaCheck(schema).check(doc, schema, "");
+  }
+}
+
+TEST(WorkbookJson, TheSchemaCheckCatchesAMissingMember) {
+  const Json schema = Json::parse(convert_test::readFile(WZSS_DOCS_DIR "/wzss-workbook.schema.json"));
+  Json doc = Json::parse(workbookJsonText(convert_test::readOrFail(convert_test::dataPath("styled.wzs"))));
+  doc["sheets"][0]["cells"][0].erase("alignment");
+  doc["sheets"][0]["cells"][1]["textColor"] = "red";
+  ::testing::TestPartResultArray failures;
+  {
+    ::testing::ScopedFakeTestPartResultReporter reporter(
+        ::testing::ScopedFakeTestPartResultReporter::INTERCEPT_ONLY_CURRENT_THREAD, &failures);
+    SchemaCheck(schema).check(doc, schema, "");
+  }
+  EXPECT_EQ(failures.size(), 2);
 }
 
 TEST(WorkbookJson, BytesThatAreNoUtf8BecomeReplacementCharacters) {
