@@ -28,7 +28,9 @@ class FileStream {
 
  private:
   FileStream(int fd, uint32_t size);
-  static FileStream& self(StreamInterface* stream);
+  static FileStream& self(StreamInterface* stream) {
+    return *static_cast<FileStream*>(stream->privateA);
+  }
   static int openOp(StreamInterface* stream);
   static int readOp(StreamInterface* stream, void* buffer, int32_t count);
   static int seekOp(StreamInterface* stream, int32_t offset, int32_t whence);
@@ -37,13 +39,18 @@ class FileStream {
   static void releaseOp(StreamInterface* stream);
 
   bool refill();
+  int readSlow(unsigned char* out, int32_t count);
+  uint32_t position() const { return bufferStart_ + static_cast<uint32_t>(cursor_ - buffer_.data()); }
 
   StreamInterface stream_{};  // first member: the C view of this object
   int fd_;
   uint32_t size_;
-  uint32_t bufferStart_ = 0;  // file offset of buffer_[0]
-  uint32_t bufferFill_ = 0;   // valid bytes in buffer_
-  uint32_t bufferPos_ = 0;    // next byte within buffer_
+  // The buffer holds the file from bufferStart_ on; cursor_ is the next byte
+  // to deliver and end_ one past the last valid one. A one-byte Read is then
+  // a compare, a load and a store.
+  uint32_t bufferStart_ = 0;
+  const unsigned char* cursor_ = nullptr;
+  const unsigned char* end_ = nullptr;
   std::vector<unsigned char> buffer_;
 };
 
