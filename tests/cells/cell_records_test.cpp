@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "interface/records.h"
+#include "support/internals.h"
 #include "support/test_host.h"
 
 namespace wzss {
@@ -438,8 +439,8 @@ TEST(EmptyCells, NoAttributeEntriesNoEmptyCells) {
   std::vector<SheetItem> items;
   host.pumpAll(&items);
   for (const SheetItem& item : items) EXPECT_NE(item.itemType, WZSS_ITEM_CELL);
-  EXPECT_EQ(host.sheet->emptyScanRow, 0);
-  EXPECT_EQ(host.sheet->emptyScanColumn, 0);
+  EXPECT_EQ(test::internals(host.sheet)->emptyScanRow, 0);
+  EXPECT_EQ(test::internals(host.sheet)->emptyScanColumn, 0);
 }
 
 }  // namespace

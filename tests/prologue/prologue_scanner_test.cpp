@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "prologue_host.h"
+#include "support/internals.h"
 
 namespace wzss::test {
 namespace {
@@ -414,7 +415,7 @@ TEST(PrologueEndToEndTest, SampleWorkbook) {
   EXPECT_STREQ(host.info.sheets[0].name, "Budget");
   EXPECT_STREQ(host.info.sheets[1].name, "Sales");
   EXPECT_EQ(host.info.sheets[0].viewPos, text.find("View Start, Name: #Budget"));
-  const WorkbookReader* reader = host.reader;
+  const WorkbookReader* reader = internals(host.reader);
   EXPECT_EQ(reader->colorMapCount, 1u);
   EXPECT_EQ(reader->colorMaps[0].entryCount, 8u);
   EXPECT_EQ(wzColorValue(reader, 5), 0xbfbfbfu);  // "Light Gray", two words

@@ -12,7 +12,7 @@ TestHost::~TestHost() {
   EXPECT_EQ(services.stats().liveBlocks, 0u) << "blocks left alive after the test";
 }
 
-WorkbookReader* TestHost::allocate(uint32_t readerFlags) {
+::WorkbookReader* TestHost::allocate(uint32_t readerFlags) {
   reader = WZAllocateReader(nullptr, 0, stream.get(), services.get(), 0, readerFlags);
   return reader;
 }
@@ -22,7 +22,7 @@ int32_t TestHost::scan() {
   return WZGetWorkSheetInfo(reader, &info, 0);
 }
 
-SheetReader* TestHost::openSheet(uint32_t index, uint32_t sheetFlags) {
+::SheetReader* TestHost::openSheet(uint32_t index, uint32_t sheetFlags) {
   if (info.sheets == nullptr || index >= info.sheetCount) return nullptr;
   sheet = WZInitSheet(reader, reinterpret_cast<uintptr_t>(this), info.sheets[index].viewPos,
                       &TestHost::callback, sheetFlags);

@@ -23,11 +23,11 @@ class TestHost {
   TestHost& operator=(const TestHost&) = delete;
 
   // WZAllocateReader over the memory stream; null on failure.
-  WorkbookReader* allocate(uint32_t readerFlags = 0);
+  ::WorkbookReader* allocate(uint32_t readerFlags = 0);
   // Allocates when needed, then WZGetWorkSheetInfo(reader, &info, 0).
   int32_t scan();
   // WZInitSheet for sheet index (from 0) of info; null on failure.
-  SheetReader* openSheet(uint32_t index, uint32_t sheetFlags = 0);
+  ::SheetReader* openSheet(uint32_t index, uint32_t sheetFlags = 0);
   void closeSheet();
   void closeReader();
 
@@ -38,8 +38,8 @@ class TestHost {
 
   host::Services services;
   host::MemoryStream stream;
-  WorkbookReader* reader = nullptr;
-  SheetReader* sheet = nullptr;
+  ::WorkbookReader* reader = nullptr;  // the host's opaque handles
+  ::SheetReader* sheet = nullptr;
   WorkbookInfo info{};
   SheetItem item{};
 
