@@ -418,7 +418,7 @@ TEST(SampleWorkbook, BudgetSheetInItsPhases) {
   EXPECT_EQ(settings.defaultFontHeight, 200u);
   EXPECT_EQ(items[1].itemType, static_cast<uint32_t>(WZSS_ITEM_OPTION));
   // Title row 1 and title column A keep their places; nothing precedes them.
-  const std::vector<ItemRun> runs = {rowRun(1, 1, 8800),     rowRun(2, 2, 704),
+  const std::vector<ItemRun> runs = {rowRun(1, 1, 616),      rowRun(2, 2, 484),
                                      columnRun(1, 1, 2400),  columnRun(2, 2, 1440),
                                      columnRun(3, 3, 1440),  columnRun(4, 4, 1440),
                                      rowRun(10, 11, 0),      columnRun(7, 12, 0)};
