@@ -282,6 +282,12 @@ TEST(OpenSheet, EveryFailureYieldsNullClosesTheStreamAndKeepsNothing) {
       {"MaxRowAtTheLimit", good, [](PreparedReader& p) { p.reader()->maxRow = INT32_MAX; }},
       {"SlotsBeyondTheAllocator", good,
        [](PreparedReader& p) { p.reader()->maxRow = 300'000'000; }},
+      // ZZ10000000: ten million rows of 703 flags, gigabytes for a few bytes of file.
+      {"GridBeyondItsByteLimit", good,
+       [](PreparedReader& p) {
+         p.reader()->maxRow = 10'000'000;
+         p.reader()->maxColumn = 702;
+       }},
   };
   for (const FailureCase& c : cases) {
     SCOPED_TRACE(c.name);
@@ -293,6 +299,19 @@ TEST(OpenSheet, EveryFailureYieldsNullClosesTheStreamAndKeepsNothing) {
     EXPECT_EQ(prepared.host.stream.calls().closes, 1u);
     EXPECT_EQ(prepared.reader()->openSheet, nullptr);
   }
+}
+
+// The limit refuses only what is out of all proportion: the widest columns
+// (ZZ) over a hundred thousand rows still open, with their Row List rows.
+TEST(OpenSheet, ALargeRealisticGridOpens) {
+  Prologue prologue;
+  prologue.maxRow = 100'000;
+  prologue.maxColumn = 702;
+  PreparedReader prepared(viewSection({}) + "Row List A!99999:0,701,1\n", prologue);
+  ASSERT_NE(prepared.open(), nullptr);
+  EXPECT_LE(prepared.sheet()->gridBytes, kGridByteLimit);
+  ASSERT_NE(prepared.sheet()->grid[99999].formatIds, nullptr);
+  EXPECT_EQ(prepared.sheet()->grid[99999].formatIds[702], 1u);
 }
 
 TEST(OpenSheet, ANullCloseSlotIsSkippedOnFailureToo) {

@@ -85,6 +85,13 @@ struct GridRow {
   uint32_t* formatIds;  // maxColumn + 1 entries, or null until a Row List names the row
 };
 
+// The most a sheet's grid may cost, flag rows and format-id rows together,
+// each block counted with an allowance for the allocator's own bookkeeping.
+// The extent comes from the file: without a bound, a few bytes naming row
+// ten million would cost gigabytes and minutes before the first item.
+inline constexpr uint64_t kGridByteLimit = uint64_t{256} << 20;
+inline constexpr uint64_t kGridBlockOverhead = 32;
+
 // Row and column flag values.
 inline constexpr uint8_t kFlagHidden = 0;
 inline constexpr uint8_t kFlagVisible = 2;  // stored as the whole byte
@@ -140,6 +147,7 @@ struct SheetReader {
 
   GridRow* grid;  // maxRow + 1 slots
   uint32_t gridRows;  // slots in grid, so closing never depends on maxRow
+  uint64_t gridBytes; // what the grid has cost so far, held to kGridByteLimit
   int32_t hiddenRowScan;
   int32_t hiddenColumnScan;
   uint32_t hiddenCount;

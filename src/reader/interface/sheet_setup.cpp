@@ -51,7 +51,8 @@ void countUp(int32_t* count) {
 
 // --- The grid -------------------------------------------------------------
 
-// maxRow + 1 slots of maxColumn + 1 flag bytes each, all zero. Slots are
+// maxRow + 1 slots of maxColumn + 1 flag bytes each, all zero, within the
+// grid's byte limit (a larger extent refuses the sheet). Slots are
 // cleared before any flag block is obtained, so a failure part way leaves a
 // grid that closing frees exactly.
 bool buildGrid(SheetReader* sheet) {
@@ -62,6 +63,9 @@ bool buildGrid(SheetReader* sheet) {
   const uint32_t flagBytes =
       allocSize(uint64_t{static_cast<uint32_t>(reader->maxColumn)} + 1, sizeof(uint8_t));
   if (slotBytes == 0 || flagBytes == 0) return false;
+  const uint64_t cost = slotBytes + rows * (flagBytes + kGridBlockOverhead);
+  if (cost > kGridByteLimit) return false;
+  sheet->gridBytes = cost;
 
   sheet->grid = static_cast<GridRow*>(hostAlloc(sheet->services, slotBytes));
   if (sheet->grid == nullptr) return false;
@@ -266,7 +270,8 @@ uint32_t* formatIdsOf(SheetReader* sheet, int32_t row) {
   if (slot.formatIds != nullptr) return slot.formatIds;
   const uint32_t bytes = allocSize(
       uint64_t{static_cast<uint32_t>(sheet->reader->maxColumn)} + 1, sizeof(uint32_t));
-  if (bytes == 0) return nullptr;
+  if (bytes == 0 || sheet->gridBytes + bytes + kGridBlockOverhead > kGridByteLimit) return nullptr;
+  sheet->gridBytes += bytes + kGridBlockOverhead;
   slot.formatIds = static_cast<uint32_t*>(hostAlloc(sheet->services, bytes));
   if (slot.formatIds != nullptr) std::memset(slot.formatIds, 0, bytes);
   return slot.formatIds;
