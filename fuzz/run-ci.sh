@@ -2,9 +2,13 @@
 # Builds the libFuzzer targets with clang (AddressSanitizer, UndefinedBehavior-
 # Sanitizer, coverage over the whole reader) and runs each for a bounded time
 # with the keyword dictionary and the seed corpus (fuzz/corpus and the sample
-# workbooks). Fails on any crash, contract violation, leak, timeout or
-# out-of-memory; the input that caused it is kept under
-# $WZSS_FUZZ_OUT/artifacts, to be minimised into fuzz/regressions/.
+# workbooks). Fails on any crash: a sanitizer report, a violated host
+# contract (the harness aborts), a leak. Inputs that run past 10 s or past
+# 2 GB are kept and listed but fail the run only with WZSS_FUZZ_STRICT=1:
+# a large extent makes the sheet grid cost that much (see docs/limits.md),
+# and a run should not fail at random on that known cost. Every input found
+# is kept under $WZSS_FUZZ_OUT/artifacts, to be minimised into
+# fuzz/regressions/.
 #
 # usage: fuzz/run-ci.sh [seconds per target, default 120]
 # Needs clang and its runtime (Debian: clang-14, libclang-rt-14-dev), cmake.
@@ -32,22 +36,33 @@ for target in workbook body; do
   # The working corpus grows run by run; the seeds are merged in each time.
   cp -n "$root"/fuzz/corpus/* "$root"/samples/*.wzs "$corpus"/ 2>/dev/null || true
   echo "== fuzz_$target: $seconds s =="
+  # Fork mode goes on past timeouts and out-of-memory inputs; a crash ends it.
   if ! "$build/bin/fuzz_$target" "$corpus" \
       -dict="$root/fuzz/wzss.dict" \
       -max_total_time="$seconds" \
       -max_len=8192 \
       -timeout=10 \
       -rss_limit_mb=2048 \
-      -print_final_stats=1 \
+      -fork=1 -ignore_timeouts=1 -ignore_ooms=1 \
       -artifact_prefix="$out/artifacts/$target-" \
       >"$out/$target.log" 2>&1; then
     status=1
     echo "fuzz_$target FAILED; last lines of $out/$target.log:"
     tail -n 60 "$out/$target.log"
-  else
-    grep -E '^stat::(number_of_executed_units|peak_rss_mb|new_units_added)' "$out/$target.log" || true
-    echo "fuzz_$target passed"
+    continue
   fi
+  summary=$(grep -E '^#[0-9]+: cov' "$out/$target.log" | tail -n 1)
+  echo "$summary"
+  slow=$(sed -n 's|.*oom/timeout/crash: \([0-9]*\)/\([0-9]*\)/.*|\1 \2|p' <<<"$summary")
+  if [ -n "$slow" ] && [ "$slow" != "0 0" ]; then
+    echo "fuzz_$target: inputs over the time or memory limit (oom timeout): $slow"
+    if [ "${WZSS_FUZZ_STRICT:-0}" = 1 ]; then
+      status=1
+      echo "fuzz_$target FAILED (strict)"
+      continue
+    fi
+  fi
+  echo "fuzz_$target passed"
 done
 ls "$out/artifacts"
 exit "$status"
