@@ -394,7 +394,7 @@ void finish(Walk& walk) {
                    " times for " + std::to_string(calls.opens) + " opens");
   }
   for (const auto& link : walk.linked) {
-    if (!link->released) walk.violation("a linked stream handed to the host was never delivered");
+    if (!link->released) walk.violation("a stream opened through OpenFile never reached the host");
   }
 }
 
