@@ -7,7 +7,10 @@
 # so that load from elsewhere on the machine falls on all of them alike, and
 # every figure is the median of the runs.
 #
-#   tools/bench-file.sh [-n RUNS] [-b BUILD_DIR] [--tsv] FILE
+#   tools/bench-file.sh [-n RUNS] [-b BUILD_DIR] [--csv-max MB] [--tsv] FILE
+#
+# `wzss csv` is left out for files above --csv-max MB (default 256): it
+# gathers each sheet in memory, about nine times the file's size.
 #
 # Prints, per tool: median wall time, MB/s, cells/s, median CPU time
 # (user + system), median peak resident memory, and the spread of the wall
@@ -19,16 +22,18 @@ set -euo pipefail
 runs=5
 build_dir="$(cd "$(dirname "$0")/.." && pwd)/build"
 tsv=0
+csv_max_mb=256
 while [[ $# -gt 1 ]]; do
   case "$1" in
     -n) runs="$2"; shift 2 ;;
     -b) build_dir="$2"; shift 2 ;;
     --tsv) tsv=1; shift ;;
+    --csv-max) csv_max_mb="$2"; shift 2 ;;
     *) break ;;
   esac
 done
 if [[ $# -ne 1 || ! -f "$1" ]]; then
-  echo "usage: $0 [-n RUNS] [-b BUILD_DIR] [--tsv] FILE" >&2
+  echo "usage: $0 [-n RUNS] [-b BUILD_DIR] [--csv-max MB] [--tsv] FILE" >&2
   exit 2
 fi
 file="$1"
@@ -66,6 +71,11 @@ cat "$file" >/dev/null
 "$bin/wzwalk" "$file" >"$scratch/walk"
 cells=$(awk '$1 == "cells" { print $2 }' "$scratch/walk")
 bytes=$(stat -c %s "$file")
+csv_note="csv: skipped, the wzss command has no csv subcommand in this build"
+if [[ $have_csv -eq 1 && $bytes -gt $(( csv_max_mb * 1048576 )) ]]; then
+  have_csv=0
+  csv_note="csv: skipped above $csv_max_mb MB (--csv-max)"
+fi
 
 for ((i = 0; i < runs; ++i)); do
   run_one wc wc -l "$file"
@@ -77,7 +87,7 @@ done
 
 # Median, spread and the derived rates per tool, then the ratios.
 awk -v bytes="$bytes" -v cells="$cells" -v tsv="$tsv" -v file="$file" -v runs="$runs" \
-    -v have_csv="$have_csv" '
+    -v have_csv="$have_csv" -v csv_note="$csv_note" '
   # CPU times come in hundredths: a zero one gives no ratio.
   function ratio(a, b) { if (b > 0) return sprintf("%.2f", a / b); return "-" }
   function median(list, n,    i, j, t, a) {
@@ -119,7 +129,7 @@ awk -v bytes="$bytes" -v cells="$cells" -v tsv="$tsv" -v file="$file" -v runs="$
       }
     }
     if (tsv) exit
-    if (!have_csv) print "csv: skipped, the wzss command has no csv subcommand in this build"
+    if (!have_csv) print csv_note
     printf "walk/floor %.2f (cpu %s)\n", mw["walk"] / mw["floor"], ratio(mc["walk"], mc["floor"])
     if (have_csv) printf "csv/walk   %.2f (cpu %s)\n", mw["csv"] / mw["walk"], ratio(mc["csv"], mc["walk"])
     printf "walk/wc    %.2f (cpu %s)\n", mw["walk"] / mw["wc"], ratio(mc["walk"], mc["wc"])
