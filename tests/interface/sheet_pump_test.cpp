@@ -277,6 +277,21 @@ TEST(Renumbering, TitleRowsComeFirst) {
   }
 }
 
+// Three title lines but one mark: row 5 named twice, row 9's mark cleared by
+// a later visible range. Rows below every mark still move by the line count
+// less the marks above them.
+TEST(Renumbering, CountsTitleLinesAndMarksApart) {
+  PreparedReader prepared(viewSection({kAllRowsVisible, "View Title Row: 5", "View Title Row: 5",
+                                       "View Title Row: 9", "View Rows Visible: r:9:9"}));
+  ASSERT_NE(prepared.open(), nullptr);
+  const RenumberCase cases[] = {{5, 1}, {1, 4}, {4, 7}, {6, 8}, {9, 11}, {20, 22}};
+  for (const RenumberCase& c : cases) {
+    int32_t row = c.line;
+    wzGetAbsRow(prepared.sheet(), &row);
+    EXPECT_EQ(row, c.expected) << "row " << c.line;
+  }
+}
+
 TEST(Renumbering, WithoutTitleLinesNothingMoves) {
   PreparedReader prepared(viewSection({kAllRowsVisible, kAllColumnsVisible}));
   ASSERT_NE(prepared.open(), nullptr);

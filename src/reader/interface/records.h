@@ -148,6 +148,13 @@ struct SheetReader {
   GridRow* grid;  // maxRow + 1 slots
   uint32_t gridRows;  // slots in grid, so closing never depends on maxRow
   uint64_t gridBytes; // what the grid has cost so far, held to kGridByteLimit
+  // Lines whose flag carries the title mark once the view section is read,
+  // and the last of them (0 without any): renumbering needs to count title
+  // lines before a row only when the row lies at or above the last one.
+  int32_t titleRowsMarked;
+  int32_t lastTitleRow;
+  int32_t titleColumnsMarked;
+  int32_t lastTitleColumn;
   int32_t hiddenRowScan;
   int32_t hiddenColumnScan;
   uint32_t hiddenCount;

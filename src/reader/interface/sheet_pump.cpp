@@ -54,13 +54,19 @@ using LineFlag = uint8_t& (*)(const SheetReader*, int64_t);
 // Title lines first, in their order, then the others in theirs. Only flags
 // inside the grid are read.
 void renumber(const SheetReader* sheet, int32_t titleCount, int32_t lastLine,
-              LineInGrid inGrid, LineFlag flagOf, int32_t* number) {
+              int32_t titlesMarked, int32_t lastMarked, LineInGrid inGrid, LineFlag flagOf,
+              int32_t* number) {
   if (titleCount == 0) return;
   const int64_t line = *number;
-  const int64_t lastCounted = line - 1 < lastLine ? line - 1 : lastLine;
-  int64_t titlesBefore = 0;
-  for (int64_t i = 1; i <= lastCounted; ++i) {
-    if (inGrid(sheet, i) && (flagOf(sheet, i) & kFlagTitle) != 0) ++titlesBefore;
+  // Every cell asks: count only up to the last title line, so a sheet with
+  // its titles at the top costs no scan for the rows below them.
+  int64_t titlesBefore = titlesMarked;
+  if (line - 1 < lastMarked) {
+    titlesBefore = 0;
+    const int64_t lastCounted = line - 1 < lastLine ? line - 1 : lastLine;
+    for (int64_t i = 1; i <= lastCounted; ++i) {
+      if (inGrid(sheet, i) && (flagOf(sheet, i) & kFlagTitle) != 0) ++titlesBefore;
+    }
   }
   if (inGrid(sheet, line) && (flagOf(sheet, line) & kFlagTitle) != 0) {
     *number = static_cast<int32_t>(titlesBefore + 1);
@@ -369,12 +375,13 @@ int32_t wzPumpSheet(SheetReader* sheet, SheetItem* item) {
 }
 
 void wzGetAbsRow(const SheetReader* sheet, int32_t* row) {
-  renumber(sheet, sheet->titleRowCount, sheet->reader->maxRow, &gridHasRow, &rowFlag, row);
+  renumber(sheet, sheet->titleRowCount, sheet->reader->maxRow, sheet->titleRowsMarked,
+           sheet->lastTitleRow, &gridHasRow, &rowFlag, row);
 }
 
 void wzGetAbsCol(const SheetReader* sheet, int32_t* column) {
-  renumber(sheet, sheet->titleColumnCount, sheet->reader->maxColumn, &gridHasColumn,
-           &columnFlag, column);
+  renumber(sheet, sheet->titleColumnCount, sheet->reader->maxColumn, sheet->titleColumnsMarked,
+           sheet->lastTitleColumn, &gridHasColumn, &columnFlag, column);
 }
 
 }  // namespace wzss

@@ -247,14 +247,28 @@ void readViewSection(SheetReader* sheet) {
   }
 }
 
-void countHidden(SheetReader* sheet) {
+// Hidden lines, and the lines that kept their title mark, from the flags the
+// view section left.
+void countLineFlags(SheetReader* sheet) {
   const WorkbookReader* reader = sheet->reader;
   uint32_t hidden = 0;
   for (int64_t row = 1; row <= reader->maxRow; ++row) {
-    if (gridHasRow(sheet, row) && rowFlag(sheet, row) == kFlagHidden) ++hidden;
+    if (!gridHasRow(sheet, row)) continue;
+    const uint8_t flag = rowFlag(sheet, row);
+    if (flag == kFlagHidden) ++hidden;
+    if ((flag & kFlagTitle) != 0) {
+      ++sheet->titleRowsMarked;
+      sheet->lastTitleRow = static_cast<int32_t>(row);
+    }
   }
   for (int64_t column = 1; column <= reader->maxColumn; ++column) {
-    if (gridHasColumn(sheet, column) && columnFlag(sheet, column) == kFlagHidden) ++hidden;
+    if (!gridHasColumn(sheet, column)) continue;
+    const uint8_t flag = columnFlag(sheet, column);
+    if (flag == kFlagHidden) ++hidden;
+    if ((flag & kFlagTitle) != 0) {
+      ++sheet->titleColumnsMarked;
+      sheet->lastTitleColumn = static_cast<int32_t>(column);
+    }
   }
   sheet->hiddenCount = hidden;
 }
@@ -362,7 +376,7 @@ bool setUpSheet(SheetReader* sheet, uint32_t viewPos) {
   if (streamSeek(sheet->stream, viewPos) == 0) return false;
   if (!buildGrid(sheet) || !readViewStart(sheet)) return false;
   readViewSection(sheet);
-  countHidden(sheet);
+  countLineFlags(sheet);
   readRowLists(sheet);
   return true;
 }
