@@ -1,4 +1,5 @@
 #include "cli/convert_commands.h"
+#include "cli/batch.h"
 
 #include <fmt/format.h>
 #include <unistd.h>
@@ -7,8 +8,8 @@
 #include <filesystem>
 #include <thread>
 
-#include "cli/batch.h"
 #include "cli/csv_writer.h"
+#include "cli/exit_status.h"
 #include "cli/html_writer.h"
 #include "cli/json_writer.h"
 #include "cli/output_files.h"
@@ -19,14 +20,7 @@ namespace fs = std::filesystem;
 namespace wzss::cli {
 namespace {
 
-constexpr int kExitOk = 0;
-constexpr int kExitFailure = 1;
-constexpr int kExitUsage = 2;
 
-int fail(const std::string& subject, const std::string& reason, int status = kExitFailure) {
-  fmt::print(stderr, "wzss: {}: {}\n", subject, reason);
-  return status;
-}
 
 bool writeStdout(std::string_view content) {
   return std::fwrite(content.data(), 1, content.size(), stdout) == content.size() &&

@@ -18,6 +18,7 @@
 
 #include "cli/convert_commands.h"
 #include "cli/dump_format.h"
+#include "cli/exit_status.h"
 #include "host/file_stream.h"
 #include "host/plugin.h"
 #include "host/services.h"
@@ -28,9 +29,6 @@ namespace fs = std::filesystem;
 namespace wzss::cli {
 namespace {
 
-constexpr int kExitOk = 0;
-constexpr int kExitFailure = 1;
-constexpr int kExitUsage = 2;
 constexpr size_t kOutputFlush = 64 * 1024;
 
 // The plug-in installed next to the command: <prefix>/bin/wzss loads
@@ -42,10 +40,6 @@ std::string defaultPluginPath() {
   return (self.parent_path() / ".." / "lib" / "libwzss.so").lexically_normal().string();
 }
 
-int fail(const std::string& subject, const std::string& reason) {
-  fmt::print(stderr, "wzss: {}: {}\n", subject, reason);
-  return kExitFailure;
-}
 
 // Lines go to stdout through one buffer; the walk produces many short lines.
 class Output {
