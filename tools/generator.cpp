@@ -286,24 +286,20 @@ constexpr std::array<std::string_view, 9> kFillBorders = {
     "SH3FG5BG7", "L1R1T1B1", "SH8FG2", "L2FG6R2FG6", "SH9BG3L1", "B1", "T2FG4", "SH5FG2BG1",
     "SH12FG4L3R3"};
 
+// Always all three fields, as the format writes them: with fewer than two
+// '|' the alignment and text-attribute readers run on into the address.
 void appendAttributeText(Rng& rng, std::string& line, std::string_view item, bool styled) {
   line.push_back('(');
   line.append(item);
   if (!styled) {
-    if (rng.percent(50)) line.push_back('|');
-    line.push_back(')');
+    line.append("||)");
     return;
   }
   if (rng.percent(40)) line.append(rng.pick(kAlignments));
-  const bool text = rng.percent(70), fill = rng.percent(45);
   line.push_back('|');
-  if (text) line.append(rng.pick(kTextAttributes));
-  if (fill) {
-    line.push_back('|');
-    line.append(rng.pick(kFillBorders));
-  } else if (!text || rng.percent(50)) {
-    line.push_back('|');
-  }
+  if (rng.percent(70)) line.append(rng.pick(kTextAttributes));
+  line.push_back('|');
+  if (rng.percent(45)) line.append(rng.pick(kFillBorders));
   line.push_back(')');
 }
 
