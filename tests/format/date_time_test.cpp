@@ -1,10 +1,12 @@
 // Day serials to calendar dates and fractions of a day to clock times.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <limits>
 #include <string>
+#include <vector>
 
 #include "format/format.h"
 
@@ -18,9 +20,7 @@ struct Ymd {
   bool operator==(const Ymd&) const = default;
 };
 
-void PrintTo(const Ymd& d, std::ostream* os) {
-  *os << d.year << "-" << d.month << "-" << d.day;
-}
+void PrintTo(const Ymd& d, std::ostream* os) { *os << d.year << "-" << d.month << "-" << d.day; }
 
 Ymd dateOf(double serial, std::string text = "") {
   int16_t year = 77;
@@ -37,8 +37,8 @@ struct SerialCase {
 
 TEST(DateSerial, CountsDaysFromFirstJanuary1900WithItsLeapDay) {
   const SerialCase cases[] = {
-      {1, {1900, 1, 1}},     {59, {1900, 2, 28}},    {60, {1900, 2, 29}},
-      {61, {1900, 3, 1}},    {366, {1900, 12, 31}},  {367, {1901, 1, 1}},
+      {1, {1900, 1, 1}},  {59, {1900, 2, 28}},   {60, {1900, 2, 29}},
+      {61, {1900, 3, 1}}, {366, {1900, 12, 31}}, {367, {1901, 1, 1}},
   };
   for (const auto& c : cases) EXPECT_EQ(dateOf(c.serial), c.expected) << c.serial;
 }
@@ -77,8 +77,8 @@ TEST(DateSerial, MultiplesOf2000BeyondTheFirstGetTheExtraLeapCount) {
 
 TEST(DateSerial, NoDateYieldsTheFieldsAsComputed) {
   const SerialCase cases[] = {
-      {0, {1900, 0, 0}},     {0.7, {1900, 0, 0}},     {-0.5, {1900, 0, 0}},
-      {-5, {1900, 1, -5}},   {36526.99, {2000, 1, 1}}, {-30000, {1900, 1, -30000}},
+      {0, {1900, 0, 0}},   {0.7, {1900, 0, 0}},      {-0.5, {1900, 0, 0}},
+      {-5, {1900, 1, -5}}, {36526.99, {2000, 1, 1}}, {-30000, {1900, 1, -30000}},
   };
   for (const auto& c : cases) EXPECT_EQ(dateOf(c.serial), c.expected) << c.serial;
 }
@@ -100,6 +100,69 @@ TEST(DateSerial, SerialsOutsideTheRangeStayDefined) {
   EXPECT_EQ(dateOf(1e7).year, 1900 + 27379);
 }
 
+// The serial conversion by its definition: years counted off one by one,
+// then the second pass for dates from 2000 on. Slow, and plainly right; the
+// reader finds the year count from day totals instead.
+Ymd countedDate(double serial) {
+  auto onePass = [](double value, int extraLeap) {
+    const double clamped = std::isnan(value) ? 0 : std::clamp(value, -2147483648.0, 2147483647.0);
+    auto n = static_cast<int32_t>(clamped);
+    if (n == 0) return Ymd{1900, 0, 0};
+    auto leapCount = [&](int c) {
+      return (c % 4 == 0 && c % 100 != 0) || c % 400 == 0 || c == extraLeap;
+    };
+    int count = 0;
+    while (n > (leapCount(count) ? 366 : 365)) {
+      if (count == 32767 - 1900) {
+        n = leapCount(count) ? 366 : 365;
+        break;
+      }
+      n -= leapCount(count) ? 366 : 365;
+      ++count;
+    }
+    static constexpr int kMonthDays[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
+    int month = 1;
+    for (; month < 12; ++month) {
+      const int length = kMonthDays[month - 1] + (month == 2 && leapCount(count) ? 1 : 0);
+      if (n <= length) break;
+      n -= length;
+    }
+    return Ymd{1900 + count, month, std::max<int>(n, INT16_MIN)};
+  };
+  Ymd date = onePass(serial, -1);
+  if (date.year < 2000) return date;
+  if (date.year % 2000 != 0) return onePass(serial - 1, -1);
+  const int extra = date.year == 2000
+                        ? 100
+                        : static_cast<int16_t>(static_cast<uint16_t>(static_cast<int64_t>(
+                              100 + 1000.0 * std::pow(2.0, date.year / 2000 - 1))));
+  return onePass(serial, extra);
+}
+
+TEST(DateSerial, AgreesWithTheYearByYearCount) {
+  std::vector<double> serials;
+  // Around every year's first day up to 2700, and around every multiple of
+  // 2000 and the last year, where the extra leap count and the cap act.
+  double start = 1;
+  for (int count = 0; count <= 800; ++count) {
+    for (double d : {-1.0, 0.0, 1.0, 59.0, 60.0, 61.0}) serials.push_back(start + d);
+    start += (count % 4 == 0 && count % 100 != 0) || count % 400 == 0 ? 366 : 365;
+  }
+  for (int year = 2000; year <= 32000; year += 2000) {
+    const double first = (year - 1900) * 365.2425;
+    for (double d = -400; d <= 400; d += 3) serials.push_back(std::floor(first + d));
+  }
+  for (double d = -400; d <= 400; d += 3)
+    serials.push_back(std::floor(32767 - 1900) * 365.2425 + d);
+  for (double d : {-3.0, -1.0, 0.0, 0.5, 1e9, -1e9}) serials.push_back(d);
+  uint64_t state = 12345;
+  for (int i = 0; i < 1000; ++i) {
+    state = state * 6364136223846793005ULL + 1442695040888963407ULL;
+    serials.push_back(static_cast<double>(state >> 40) / (1 << 24) * 1.2e7 - 1000);
+  }
+  for (double serial : serials) ASSERT_EQ(dateOf(serial), countedDate(serial)) << serial;
+}
+
 TEST(WrittenDate, SlashesGiveMonthDayYearAndTheSerialIsIgnored) {
   struct Case {
     const char* text;
@@ -107,8 +170,8 @@ TEST(WrittenDate, SlashesGiveMonthDayYearAndTheSerialIsIgnored) {
   } const cases[] = {
       {"12/25/1999", {1999, 12, 25}},
       {"1/5/03", {3, 1, 5}},
-      {" 13/ 40/-7", {-7, 13, 40}},   // no range test; atoi takes blanks and sign
-      {"3/7", {0, 3, 7}},             // one slash: no year
+      {" 13/ 40/-7", {-7, 13, 40}},  // no range test; atoi takes blanks and sign
+      {"3/7", {0, 3, 7}},            // one slash: no year
       {"/", {0, 0, 0}},
       {"2/2/70000", {70000 - 65536, 2, 2}},  // the low 16 bits
       {"1/1/99999999999", {-1, 1, 1}},       // saturated, then the low 16 bits

@@ -25,6 +25,8 @@ constexpr int32_t kSixty = 60;  // seconds per minute, minutes per hour
 constexpr int32_t kMaxYearCount = INT16_MAX - kBaseYear;
 // No year count matches this before the second pass sets one.
 constexpr int32_t kNoExtraLeap = -1;
+// Days in 400 consecutive year counts: 97 of them are leap counts.
+constexpr int64_t kDaysPer400Years = 400 * 365 + 97;
 
 constexpr int32_t kDaysPerMonth[2][13] = {
     {0, 31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31},
@@ -57,30 +59,47 @@ bool isLeapCount(int32_t yearCount, int32_t extraLeap) {
          yearCount == extraLeap;
 }
 
+// Days in the year counts 0..count-1, the extra leap count included. The
+// leap counts below count are the multiples of 4 (0 among them), less those
+// of 100, plus those of 400.
+int64_t daysBefore(int32_t count, int32_t extraLeap) {
+  const int64_t c = count;
+  int64_t days = c * 365 + (c + 3) / 4 - (c + 99) / 100 + (c + 399) / 400;
+  const bool extraIsNew =
+      extraLeap >= 0 && extraLeap < count && !isLeapCount(extraLeap, kNoExtraLeap);
+  if (extraIsNew) ++days;
+  return days;
+}
+
 struct CalendarDate {
   int16_t year;
   int16_t month;
   int16_t day;
 };
 
-// One pass of the serial conversion.
+// One pass of the serial conversion. Counted year by year, the serial n
+// falls in the first year count whose end reaches it; that count is found
+// from the day totals directly. Serials of 1 or less stay in count 0 (1900).
 CalendarDate convertSerial(double serial, int32_t extraLeap) {
   int32_t n = truncateToInt32(serial);
   if (n == 0) return {static_cast<int16_t>(kBaseYear), 0, 0};
 
   int32_t yearCount = 0;
-  int leap = isLeapCount(yearCount, extraLeap) ? 1 : 0;
-  for (;;) {
-    const int32_t yearLength = leap ? 366 : 365;
-    if (n <= yearLength) break;
-    if (yearCount == kMaxYearCount) {
-      n = yearLength;  // beyond the last representable year: its last day
-      break;
-    }
-    n -= yearLength;
-    ++yearCount;
-    leap = isLeapCount(yearCount, extraLeap) ? 1 : 0;
+  if (n > 0) {
+    // An estimate from the mean year (146097 days per 400), then corrected:
+    // the count is the largest one whose earlier years hold fewer than n days.
+    int64_t estimate = (static_cast<int64_t>(n) - 1) * 400 / kDaysPer400Years;
+    if (estimate > kMaxYearCount) estimate = kMaxYearCount;
+    yearCount = static_cast<int32_t>(estimate);
+    while (yearCount > 0 && daysBefore(yearCount, extraLeap) >= n) --yearCount;
+    while (yearCount < kMaxYearCount && daysBefore(yearCount + 1, extraLeap) < n) ++yearCount;
   }
+  const int leap = isLeapCount(yearCount, extraLeap) ? 1 : 0;
+  int64_t dayOfYear = n - daysBefore(yearCount, extraLeap);
+  // Beyond the last representable year: its last day.
+  const int32_t yearLength = leap ? 366 : 365;
+  if (dayOfYear > yearLength) dayOfYear = yearLength;
+  n = static_cast<int32_t>(dayOfYear);
 
   // n is at most the year's length here, so the month stays within 1..12.
   int32_t month = 1;
