@@ -31,8 +31,8 @@ TEST(ContinuationLines, GatheredByTheBlankAndQuoteRules) {
       {"label over two lines", kLabel, "Hello", " wor\n ld\n(F2) A1: 5\n", "Helloworld", 9},
       {"label ends at an empty line", kLabel, "Hello", " a\n\n b\n", "Helloa", 3},
       {"label without continuation", kLabel, "Hello", "(G) A2: 1\n", "Hello", 0},
-      {"label keeps inner blanks", kLabel, "  two  words", "  and more\nx\n",
-       "two  words and more", 11},
+      {"label keeps inner blanks", kLabel, "  two  words", "  and more\nx\n", "two  words and more",
+       11},
       {"empty label takes any next line", kLabel, "", "Xabc\n def\nnext\n", "abcdef", 10},
       {"empty label and empty line", kLabel, " ", "\n ab\nz\n", "ab", 5},
       {"label escapes decoded", kLabel, "a^^b", " ^ca^fb\nz\n", "a^b Q", 8},
@@ -68,12 +68,23 @@ TEST(ContinuationLines, EndOfInputEndsTheGathering) {
   }
 }
 
-TEST(ContinuationLines, ClosedStringReadsOneLineAndSeeksBack) {
-  FormatBench bench("next line\nmore\n");
-  EXPECT_EQ(bench.format("\"done\"", kString), "done");
-  EXPECT_EQ(bench.stream.position(), 0u);
-  EXPECT_EQ(bench.stream.calls().seeks, 1u);
-  EXPECT_EQ(bench.stream.calls().reads, 10u);  // "next line" and its line feed
+// A complete value reads no more of the next line than decides whether it
+// goes on (nothing for a closed string, the first byte for a label), and
+// gives the stream back to that line's start.
+TEST(ContinuationLines, CompleteValueReadsOnlyWhatDecidesAndSeeksBack) {
+  const struct {
+    const char* value;
+    uint32_t code;
+    const char* expected;
+    uint32_t reads;
+  } cases[] = {{"\"done\"", kString, "done", 0}, {"done", kLabel, "done", 1}};
+  for (const auto& c : cases) {
+    FormatBench bench("next line\nmore\n");
+    EXPECT_EQ(bench.format(c.value, c.code), c.expected) << c.value;
+    EXPECT_EQ(bench.stream.position(), 0u) << c.value;
+    EXPECT_EQ(bench.stream.calls().seeks, 1u) << c.value;
+    EXPECT_EQ(bench.stream.calls().reads, c.reads) << c.value;
+  }
 }
 
 TEST(ContinuationLines, LongLinesKeepTheirFirst511Bytes) {

@@ -50,8 +50,8 @@ constexpr double kPercentFactor = 100.0;
 constexpr uint32_t kBarLimit = 511;
 constexpr char kBarChar = '*';
 
-constexpr const char* kFullMonths[13] = {"",      "January",  "February", "March",  "April",
-                                         "May",   "June",     "July",     "August", "September",
+constexpr const char* kFullMonths[13] = {"",        "January",  "February", "March",  "April",
+                                         "May",     "June",     "July",     "August", "September",
                                          "October", "November", "December"};
 constexpr const char* kShortMonths[13] = {"",    "Jan", "Feb", "Mar", "Apr", "May", "Jun",
                                           "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
@@ -282,11 +282,30 @@ bool appendPiece(HostServices* services, GatheredText* text, const char* tail) {
   return true;
 }
 
+// What the next line is to a complete value. Only a label takes more, and
+// only a line that starts with a blank: its first byte tells (a line feed
+// ends a line, so it never starts one with text). Either way the stream is
+// given back to where the line starts, and a failing Seek loses the value,
+// just as when the whole line had been read and given back; reading only
+// what decides saves a line's Reads for most text cells.
+enum class NextLine { kTaken, kLeft, kStreamLost };
+
+NextLine nextLineForComplete(StreamInterface* stream, uint32_t formatCode) {
+  const uint32_t position = streamTell(stream);
+  char first = 0;
+  const bool blank = formatCode == kLabel && stream->Read(stream, &first, 1) == 1 && first == ' ';
+  if (streamSeek(stream, position) == 0) return NextLine::kStreamLost;
+  return blank ? NextLine::kTaken : NextLine::kLeft;
+}
+
 // Reads the lines that continue the value and appends them to text. The
 // first line not taken is given back by seeking to its start. Returns false
 // when Realloc or Seek fails; the caller then releases the text.
-bool gatherContinuation(SheetReader* sheet, GatheredText* text, uint32_t formatCode,
-                        int complete) {
+bool gatherContinuation(SheetReader* sheet, GatheredText* text, uint32_t formatCode, int complete) {
+  if (complete) {
+    const NextLine next = nextLineForComplete(sheet->stream, formatCode);
+    if (next != NextLine::kTaken) return next == NextLine::kLeft;
+  }
   char line[kTextLineSize];
   std::memset(line, 0, sizeof line);
   uint32_t linePos = 0;
