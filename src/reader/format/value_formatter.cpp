@@ -2,12 +2,11 @@
 // of text values that continue over further lines of the file.
 //
 // Floating output goes through std::to_chars, which prints as printf does in
-// the C locale whatever locale the host has set; integers use snprintf with
-// %d, which no locale changes.
+// the C locale whatever locale the host has set; integers are written digit
+// by digit.
 #include <charconv>
 #include <cmath>
 #include <cstdint>
-#include <cstdio>
 #include <cstring>
 
 #include "format/format.h"
@@ -156,70 +155,100 @@ void formatBoolean(char* work, double number) {
   copyCut(work, number == 0.0 ? "FALSE" : "TRUE");
 }
 
+// --- Dates and times ---------------------------------------------------------
+
+// A number as "%.*d" prints it: a '-' for negatives, then at least
+// minDigits digits, zeros in front. The caller leaves room for 12 bytes.
+char* putNumber(char* out, int32_t value, int32_t minDigits) {
+  uint32_t magnitude = static_cast<uint32_t>(value);
+  if (value < 0) {
+    *out++ = '-';
+    magnitude = 0u - magnitude;
+  }
+  char digits[10];
+  int32_t count = 0;
+  do {
+    digits[count++] = static_cast<char>('0' + magnitude % 10);
+    magnitude /= 10;
+  } while (magnitude != 0);
+  for (int32_t pad = count; pad < minDigits; ++pad) *out++ = '0';
+  while (count > 0) *out++ = digits[--count];
+  return out;
+}
+
+char* putText(char* out, const char* text) {
+  while (*text != '\0') *out++ = *text++;
+  return out;
+}
+
+// The date styles as patterns: F the full month name, M the short one,
+// C the century ("19" or "20"), y the two-digit year, m the month and D the
+// day in two digits at least, d the day as it is; other bytes stand as they
+// are. Styles outside 2..16 print as style 7.
+constexpr const char* kDatePatterns[kLastDateStyle + 1] = {
+    "",       "",      "F d, Cy", "M D, Cy", "D M y", "m/D/y",  "D.m.y",   "Cy-m-D", "y-m-D",
+    "Cy m D", "y m D", "CymD",    "ymD",     "D/m/y", "D.m.Cy", "M D, Cy", "F Cy"};
+
 void formatDate(char* work, char* text, double number, int32_t dateStyle) {
   int16_t year;
   int16_t month;
   int16_t day;
   wzGetDate(text, number, &year, &month, &day);
 
-  const char* century = year <= kLastYearOf19 ? "19" : "20";
-  const int yy = year % 100;
-  const int mm = month;
-  const int dd = day;
   // Months outside 0..12 come only from written dates; they have no name.
   const bool named = month >= 0 && month <= kLastMonth;
-  const char* fullName = named ? kFullMonths[month] : "";
-  const char* shortName = named ? kShortMonths[month] : "";
-
   const int32_t style =
       dateStyle >= kFirstDateStyle && dateStyle <= kLastDateStyle ? dateStyle : kFallbackDateStyle;
-  switch (style) {
-    case 2: std::snprintf(work, kWorkSize, "%s %d, %s%.2d", fullName, dd, century, yy); break;
-    case 3:
-    case 15: std::snprintf(work, kWorkSize, "%s %.2d, %s%.2d", shortName, dd, century, yy); break;
-    case 4: std::snprintf(work, kWorkSize, "%.2d %s %.2d", dd, shortName, yy); break;
-    case 5: std::snprintf(work, kWorkSize, "%.2d/%.2d/%.2d", mm, dd, yy); break;
-    case 6: std::snprintf(work, kWorkSize, "%.2d.%.2d.%.2d", dd, mm, yy); break;
-    case 8: std::snprintf(work, kWorkSize, "%.2d-%.2d-%.2d", yy, mm, dd); break;
-    case 9: std::snprintf(work, kWorkSize, "%s%.2d %.2d %.2d", century, yy, mm, dd); break;
-    case 10: std::snprintf(work, kWorkSize, "%.2d %.2d %.2d", yy, mm, dd); break;
-    case 11: std::snprintf(work, kWorkSize, "%s%.2d%.2d%.2d", century, yy, mm, dd); break;
-    case 12: std::snprintf(work, kWorkSize, "%.2d%.2d%.2d", yy, mm, dd); break;
-    case 13: std::snprintf(work, kWorkSize, "%.2d/%.2d/%.2d", dd, mm, yy); break;
-    case 14: std::snprintf(work, kWorkSize, "%.2d.%.2d.%s%.2d", dd, mm, century, yy); break;
-    case 16: std::snprintf(work, kWorkSize, "%s %s%.2d", fullName, century, yy); break;
-    default: std::snprintf(work, kWorkSize, "%s%.2d-%.2d-%.2d", century, yy, mm, dd); break;
+  // The longest text: a month name, two numbers of up to 6 bytes, a century
+  // and four separators, far below kWorkSize.
+  char* out = work;
+  for (const char* p = kDatePatterns[style]; *p != '\0'; ++p) {
+    switch (*p) {
+      case 'F': out = putText(out, named ? kFullMonths[month] : ""); break;
+      case 'M': out = putText(out, named ? kShortMonths[month] : ""); break;
+      case 'C': out = putText(out, year <= kLastYearOf19 ? "19" : "20"); break;
+      case 'y': out = putNumber(out, year % 100, 2); break;
+      case 'm': out = putNumber(out, month, 2); break;
+      case 'D': out = putNumber(out, day, 2); break;
+      case 'd': out = putNumber(out, day, 1); break;
+      default: *out++ = *p; break;
+    }
   }
+  *out = '\0';
 }
 
+// "hh:mm:ss", "hh:mm", and the same on the 12-hour clock with " AM" or " PM".
 void formatTime(char* work, double number, uint32_t formatCode) {
   int16_t hour;
   int16_t minute;
   int16_t second;
   wzGetTime(number, &hour, &minute, &second);
 
-  if (formatCode == kTime24Hms) {
-    std::snprintf(work, kWorkSize, "%.2d:%.2d:%.2d", hour, minute, second);
-    return;
-  }
-  if (formatCode == kTime24Hm) {
-    std::snprintf(work, kWorkSize, "%.2d:%.2d", hour, minute);
-    return;
-  }
+  const bool twelveHour = formatCode == kTime12Hms || formatCode == kTime12Hm;
+  const bool seconds = formatCode == kTime12Hms || formatCode == kTime24Hms;
   // The 12-hour clock: 0 is 12 AM, 12 is 12 PM, 24 (the end of the day) too.
   const char* half = "AM";
-  int hour12 = hour;
-  if (hour12 >= kNoon) {
-    half = "PM";
-    if (hour12 > kNoon) hour12 -= kNoon;
-  } else if (hour12 == 0) {
-    hour12 = kNoon;
+  int32_t shownHour = hour;
+  if (twelveHour) {
+    if (shownHour >= kNoon) {
+      half = "PM";
+      if (shownHour > kNoon) shownHour -= kNoon;
+    } else if (shownHour == 0) {
+      shownHour = kNoon;
+    }
   }
-  if (formatCode == kTime12Hms) {
-    std::snprintf(work, kWorkSize, "%.2d:%.2d:%.2d %s", hour12, minute, second, half);
-  } else {
-    std::snprintf(work, kWorkSize, "%.2d:%.2d %s", hour12, minute, half);
+  char* out = putNumber(work, shownHour, 2);
+  *out++ = ':';
+  out = putNumber(out, minute, 2);
+  if (seconds) {
+    *out++ = ':';
+    out = putNumber(out, second, 2);
   }
+  if (twelveHour) {
+    *out++ = ' ';
+    out = putText(out, half);
+  }
+  *out = '\0';
 }
 
 // --- Preparing the value ----------------------------------------------------
