@@ -179,8 +179,7 @@ int wzGetCellContent(SheetReader* sheet, SheetItem* item) {
   }
 
   wzExtractAlign(reader, sheet->attrText, &cell.align, formatCode);
-  wzExtractAttribute(reader, sheet->attrText, &font, &cell.backColor, &cell.textColor,
-                     &cell.align);
+  wzExtractAttribute(reader, sheet->attrText, &font, &cell.backColor, &cell.textColor, &cell.align);
   if (cell.hasBorder != 0) copyBorders(sheet, &cell);
   cell.hasFont = 1;
   cell.font = font;

@@ -133,7 +133,7 @@ void formatScientific(char* work, double number, int32_t decimals) {
 
 // Only a lower-case 'e' in the value text asks for scientific notation.
 void formatGeneral(char* work, const char* text, double number, int32_t decimals) {
-  const bool scientific = std::strchr(text, 'e') != nullptr;
+  const bool scientific = *wzFindOrEnd(text, 'e') != '\0';
   printFloat(work, number, decimals,
              scientific ? std::chars_format::scientific : std::chars_format::fixed);
 }
@@ -261,8 +261,8 @@ char* skipBlanks(char* text) {
 // A numeric value ends with the first blank after its first character.
 void cutAfterFirstBlank(char* text) {
   if (text[0] == '\0') return;
-  char* blank = std::strchr(text + 1, ' ');
-  if (blank != nullptr) blank[1] = '\0';
+  char* blank = wzFindOrEnd(text + 1, ' ');
+  if (*blank != '\0') blank[1] = '\0';
 }
 
 void formatByCode(char* work, char* text, double number, uint32_t formatCode, int32_t decimals,

@@ -31,17 +31,13 @@ bool startsScannedCellLine(const char* line) {
 
 // For a "P " line the attribute text is at its first '(', or at the end of
 // the line when there is none.
-char* attributeStart(char* line) {
-  if (line[0] == kAttrOpen) return line;
-  char* open = std::strchr(line, kAttrOpen);
-  return open != nullptr ? open : line + std::strlen(line);
-}
+char* attributeStart(char* line) { return wzFindOrEnd(line, kAttrOpen); }
 
 // The address follows the ')' that closes the attribute text, after any
 // blanks; without a ')' it is the empty text at the line's end.
 const char* addressStart(const char* attrText) {
-  const char* close = std::strchr(attrText, kAttrClose);
-  if (close == nullptr) return attrText + std::strlen(attrText);
+  const char* close = wzFindOrEnd(attrText, kAttrClose);
+  if (*close == '\0') return close;
   const char* address = close + 1;
   while (wzIsBlank(*address)) ++address;
   return address;

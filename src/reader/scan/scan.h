@@ -54,6 +54,15 @@ bool wzMatchKeyword(const char* line, std::string_view keyword);
 // A blank for the cursor readers: space or line feed.
 inline bool wzIsBlank(char c) { return c == ' ' || c == '\n'; }
 
+// strchr, but the terminator's position when wanted is not there. A plain
+// loop: on the few bytes of a line's fields the library's vector routine
+// spends more time setting up than searching, several times per cell.
+template <typename Char>
+Char* wzFindOrEnd(Char* text, char wanted) {
+  while (*text != '\0' && *text != wanted) ++text;
+  return text;
+}
+
 // atoi as in the C locale, but saturating at the int32 limits instead of
 // overflowing.
 int32_t wzAtoi(const char* text);
