@@ -60,7 +60,8 @@ class Progress {
     const double seconds = std::chrono::duration<double>(Clock::now() - start_).count();
     const double rate = seconds > 0 ? static_cast<double>(bytes_) / seconds : 0;
     std::string name = current_;
-    if (name.size() > kProgressNameWidth) name = "..." + name.substr(name.size() - kProgressNameWidth);
+    if (name.size() > kProgressNameWidth)
+      name = "..." + name.substr(name.size() - kProgressNameWidth);
     // \x1b[K clears what a longer earlier line left at the end.
     fmt::print(stream_, "\r[{}/{}] {}/s {}\x1b[K", done_, total_, byteText(rate), name);
     std::fflush(stream_);
@@ -79,20 +80,25 @@ class Progress {
 std::optional<std::string> convertOne(const SSReaderInterface& table, const std::string& input,
                                       const std::string& output, const BatchOptions& options,
                                       uint64_t& bytes) {
+  std::string error;
+  if (options.format == OutputFormat::Csv) {
+    auto book = readCsvWorkbook(table, input, options.csv);
+    if (!book) return book.error().message;
+    if (writeCsvDirectory(book.value(), output, &error).empty() && !book.value().sheets.empty())
+      return error;
+    bytes = book.value().bytes;
+    return std::nullopt;
+  }
   auto book = readWorkbook(table, input);
   if (!book) return book.error().message;
-  std::string error;
   switch (options.format) {
-    case OutputFormat::Csv:
-      if (writeCsvDirectory(book.value(), output, options.csv, &error).empty() &&
-          !book.value().sheets.empty())
-        return error;
-      break;
+    case OutputFormat::Csv: break;  // above
     case OutputFormat::Json:
       if (!writeFileAtomically(output, workbookJsonText(book.value()), &error)) return error;
       break;
     case OutputFormat::Html:
-      if (!writeFileAtomically(output, workbookHtml(book.value(), options.html), &error)) return error;
+      if (!writeFileAtomically(output, workbookHtml(book.value(), options.html), &error))
+        return error;
       break;
   }
   bytes = book.value().bytes;
@@ -103,12 +109,14 @@ std::optional<std::string> convertOne(const SSReaderInterface& table, const std:
 
 std::vector<std::string> batchOutputNames(const std::vector<std::string>& inputs,
                                           OutputFormat format) {
-  const std::string_view extension =
-      format == OutputFormat::Json ? ".json" : format == OutputFormat::Html ? ".html" : "";
+  const std::string_view extension = format == OutputFormat::Json   ? ".json"
+                                     : format == OutputFormat::Html ? ".html"
+                                                                    : "";
   UniqueNames names;
   std::vector<std::string> outputs;
   for (const std::string& input : inputs)
-    outputs.push_back(names.take(safeNameStem(fs::path(input).stem().string(), "workbook"), extension));
+    outputs.push_back(
+        names.take(safeNameStem(fs::path(input).stem().string(), "workbook"), extension));
   return outputs;
 }
 

@@ -20,8 +20,6 @@ namespace fs = std::filesystem;
 namespace wzss::cli {
 namespace {
 
-
-
 bool writeStdout(std::string_view content) {
   return std::fwrite(content.data(), 1, content.size(), stdout) == content.size() &&
          std::fflush(stdout) == 0;
@@ -41,8 +39,8 @@ int emit(const std::string& output, std::string_view content) {
 }
 
 // A sheet by exact name first (a sheet may be called "2"), then by number.
-const SheetModel* findSheet(const WorkbookModel& book, const std::string& wanted) {
-  for (const SheetModel& sheet : book.sheets)
+const CsvWorkbook::Sheet* findSheet(const CsvWorkbook& book, const std::string& wanted) {
+  for (const CsvWorkbook::Sheet& sheet : book.sheets)
     if (sheet.info.name == wanted) return &sheet;
   if (wanted.empty() || wanted.find_first_not_of("0123456789") != std::string::npos ||
       wanted.size() > 9)
@@ -61,7 +59,8 @@ OutputFormat formatNamed(const std::string& name) {
 }  // namespace
 
 ConvertCommands::ConvertCommands(CLI::App& app) {
-  csv_ = app.add_subcommand("csv", "Write sheets as CSV (RFC 4180: CRLF, quoted fields) of their display texts");
+  csv_ = app.add_subcommand(
+      "csv", "Write sheets as CSV (RFC 4180: CRLF, quoted fields) of their display texts");
   csv_->add_option("FILE", file_, "Workbook file")->required();
   csv_->add_option("--sheet", sheet_, "Only this sheet: its name, or its number counted from 1");
   csv_->add_option("-o,--output", output_,
@@ -70,26 +69,33 @@ ConvertCommands::ConvertCommands(CLI::App& app) {
   csv_->add_flag("--keep-hidden", keepHidden_,
                  "Keep hidden rows and columns (their cells come without text)");
 
-  json_ = app.add_subcommand("json", "Write the whole workbook as one JSON document (docs/json-schema.md)");
+  json_ = app.add_subcommand("json",
+                             "Write the whole workbook as one JSON document (docs/json-schema.md)");
   json_->add_option("FILE", file_, "Workbook file")->required();
   json_->add_option("-o,--output", output_, "Output file (default: stdout)");
 
   const auto titleOptions = [this](CLI::App* command) {
-    command->add_option("--title-rows", titleRows_,
-                        "Keep the first N rows in view while scrolling (a sheet's title rows come first)");
+    command->add_option(
+        "--title-rows", titleRows_,
+        "Keep the first N rows in view while scrolling (a sheet's title rows come first)");
     command->add_option("--title-columns", titleColumns_,
                         "Keep the first N columns in view while scrolling");
   };
-  html_ = app.add_subcommand("html", "Write the workbook as one self-contained HTML page, a tab per sheet");
+  html_ = app.add_subcommand("html",
+                             "Write the workbook as one self-contained HTML page, a tab per sheet");
   html_->add_option("FILE", file_, "Workbook file")->required();
   html_->add_option("-o,--output", output_, "Output file (default: stdout)");
   titleOptions(html_);
 
-  convert_ = app.add_subcommand("convert", "Convert many workbooks into a directory, on several threads");
-  convert_->add_option("--to", to_, "Output format")->required()->check(CLI::IsMember({"csv", "json", "html"}));
-  convert_->add_option("-o,--output", output_,
-                       "Output directory: NAME.json or NAME.html per workbook, or for CSV a "
-                       "directory NAME with one file per sheet")
+  convert_ =
+      app.add_subcommand("convert", "Convert many workbooks into a directory, on several threads");
+  convert_->add_option("--to", to_, "Output format")
+      ->required()
+      ->check(CLI::IsMember({"csv", "json", "html"}));
+  convert_
+      ->add_option("-o,--output", output_,
+                   "Output directory: NAME.json or NAME.html per workbook, or for CSV a "
+                   "directory NAME with one file per sheet")
       ->required();
   convert_->add_option("-j,--jobs", jobs_, "Worker threads (default: one per processor)")
       ->check(CLI::PositiveNumber);
@@ -111,24 +117,26 @@ int ConvertCommands::run(const SSReaderInterface& table) {
 }
 
 int ConvertCommands::runCsv(const SSReaderInterface& table) {
-  auto book = readWorkbook(table, file_);
+  auto book = readCsvWorkbook(table, file_, CsvOptions{keepHidden_});
   if (!book) return fail(file_, book.error().message);
-  const CsvOptions options{keepHidden_};
   if (!sheet_.empty()) {
-    const SheetModel* sheet = findSheet(book.value(), sheet_);
+    const CsvWorkbook::Sheet* sheet = findSheet(book.value(), sheet_);
     if (sheet == nullptr)
-      return fail(file_, fmt::format("no sheet \"{}\" (the workbook has {})", sheet_,
-                                     book.value().sheets.size()),
-                  kExitUsage);
-    return emit(output_, csvText(*sheet, options));
+      return fail(
+          file_,
+          fmt::format("no sheet \"{}\" (the workbook has {})", sheet_, book.value().sheets.size()),
+          kExitUsage);
+    return emit(output_, sheet->csv);
   }
-  if (book.value().sheets.size() == 1) return emit(output_, csvText(book.value().sheets[0], options));
+  if (book.value().sheets.size() == 1) return emit(output_, book.value().sheets[0].csv);
   if (output_.empty() || output_ == "-")
-    return fail(file_, fmt::format("the workbook has {} sheets: give --sheet, or -o DIR for one "
-                                   "file per sheet", book.value().sheets.size()),
+    return fail(file_,
+                fmt::format("the workbook has {} sheets: give --sheet, or -o DIR for one "
+                            "file per sheet",
+                            book.value().sheets.size()),
                 kExitUsage);
   std::string error;
-  const auto written = writeCsvDirectory(book.value(), output_, options, &error);
+  const auto written = writeCsvDirectory(book.value(), output_, &error);
   if (!error.empty()) return fail(output_, error);
   for (const std::string& path : written)
     fmt::print("{}\n", fs::absolute(path).lexically_normal().string());

@@ -53,8 +53,8 @@ bool writeFileAtomically(const std::string& path, std::string_view content, std:
   return true;
 }
 
-std::vector<std::string> writeCsvDirectory(const WorkbookModel& book, const std::string& directory,
-                                           const CsvOptions& options, std::string* error) {
+std::vector<std::string> writeCsvDirectory(const CsvWorkbook& book, const std::string& directory,
+                                           std::string* error) {
   std::error_code code;
   fs::create_directories(directory, code);
   if (code) {
@@ -63,10 +63,11 @@ std::vector<std::string> writeCsvDirectory(const WorkbookModel& book, const std:
   }
   UniqueNames names;
   std::vector<std::string> written;
-  for (const SheetModel& sheet : book.sheets) {
-    const std::string stem = safeNameStem(sheet.info.name, "sheet-" + std::to_string(sheet.info.number));
+  for (const CsvWorkbook::Sheet& sheet : book.sheets) {
+    const std::string stem =
+        safeNameStem(sheet.info.name, "sheet-" + std::to_string(sheet.info.number));
     const std::string path = (fs::path(directory) / names.take(stem, ".csv")).string();
-    if (!writeFileAtomically(path, csvText(sheet, options), error)) return {};
+    if (!writeFileAtomically(path, sheet.csv, error)) return {};
     written.push_back(path);
   }
   return written;

@@ -19,7 +19,7 @@ bool writeFileAtomically(const std::string& path, std::string_view content, std:
 // One CSV file per sheet in directory (created when missing), named after
 // the sheets with safeNameStem and made unique. Returns the files written,
 // or an empty list with *error set.
-std::vector<std::string> writeCsvDirectory(const WorkbookModel& book, const std::string& directory,
-                                           const CsvOptions& options, std::string* error);
+std::vector<std::string> writeCsvDirectory(const CsvWorkbook& book, const std::string& directory,
+                                           std::string* error);
 
 }  // namespace wzss::cli

@@ -137,7 +137,8 @@ uint32_t mixColour(uint32_t background, uint32_t pattern, uint32_t percent) {
     const uint32_t back = (background >> shift) & 0xFF;
     const uint32_t fore = (pattern >> shift) & 0xFF;
     // Rounded to the nearest step, so 50 % of black into white is 0x80.
-    const uint32_t channel = (back * (kPercent - percent) + fore * percent + kPercent / 2) / kPercent;
+    const uint32_t channel =
+        (back * (kPercent - percent) + fore * percent + kPercent / 2) / kPercent;
     mixed |= channel << shift;
   }
   return mixed;
@@ -226,21 +227,26 @@ void SheetGatherer::add(host::Item& item) {
   }
 }
 
-host::Result<WorkbookModel> readWorkbook(const SSReaderInterface& table, const std::string& path) {
+host::Status walkWorkbookFile(const SSReaderInterface& table, const std::string& path,
+                              host::SheetVisitor& visitor, uint64_t* bytes) {
   std::string error;
   std::unique_ptr<host::FileStream> file = host::FileStream::open(path, &error);
   if (!file) return host::WalkError{host::WalkErrorKind::NotAWorkbook, "cannot open: " + error};
+  *bytes = file->size();
   host::Services services;
   // Linked objects name their files relative to the workbook's folder.
   services.setBaseFolder(std::filesystem::path(path).parent_path().string());
   host::Walker walker(table, file->get(), services.get());
-  auto sheets = walker.open();
-  if (!sheets) return sheets.error();
+  if (auto sheets = walker.open(); !sheets) return sheets.error();
+  return walker.walkAll(visitor);
+}
+
+host::Result<WorkbookModel> readWorkbook(const SSReaderInterface& table, const std::string& path) {
   SheetGatherer gatherer;
-  if (auto walked = walker.walkAll(gatherer); !walked) return walked.error();
   WorkbookModel book;
+  if (auto walked = walkWorkbookFile(table, path, gatherer, &book.bytes); !walked)
+    return walked.error();
   book.path = path;
-  book.bytes = file->size();
   book.sheets = std::move(gatherer.sheets());
   return book;
 }

@@ -51,7 +51,7 @@ struct ObjectModel {
   int32_t topX = 0, topY = 0, bottomX = 0, bottomY = 0;
   bool framed = false;  // hasBorder of the item
   host::Borders frame;
-  bool hasContent = false;  // the descriptor carried a content stream
+  bool hasContent = false;     // the descriptor carried a content stream
   uint32_t drawingLength = 0;  // byte length the content stream announces
   std::optional<std::string> sizeText;
 };
@@ -104,6 +104,12 @@ struct WorkbookModel {
   uint64_t bytes = 0;  // size of the file read
   std::vector<SheetModel> sheets;
 };
+
+// Opens the workbook at path and walks every sheet into visitor; *bytes
+// receives the file's size. The table is only read, so any number of
+// threads may walk workbooks through one table at the same time.
+host::Status walkWorkbookFile(const SSReaderInterface& table, const std::string& path,
+                              host::SheetVisitor& visitor, uint64_t* bytes);
 
 // Reads the whole workbook at path through the plug-in's table: every sheet
 // walked to its end. The table is only read, so any number of threads may

@@ -35,8 +35,8 @@ SheetModel gridWithHiddenParts() {
   hidden.column = 1;
   hidden.hasFont = 1;
   return sheetOf(host::RowRun{2, 2, 0}, host::ColumnRun{2, 2, 0}, textCell(1, 1, "a,1"),
-                  textCell(1, 3, "c\"1"), hidden, textCell(3, 1, "multi\r\nline"),
-                  textCell(3, 3, "c3"));
+                 textCell(1, 3, "c\"1"), hidden, textCell(3, 1, "multi\r\nline"),
+                 textCell(3, 3, "c3"));
 }
 
 TEST(WriteCsv, LeavesHiddenRowsAndColumnsOut) {
@@ -63,6 +63,52 @@ TEST(WriteCsv, StartsAtA1AndEndsAtTheLastText) {
 
 TEST(WriteCsv, ASheetWithoutTextGivesNoRecord) {
   EXPECT_EQ(csvText(sheetOf(host::RowRun{1, 1, 300}), {}), "");
+}
+
+// Cells gathered as they arrive: in order, out of order (a workbook may list
+// its cell lines in any order), twice for one position (the later line
+// wins, even without text), and formatted empty cells, which show nothing.
+TEST(CsvSheet, GathersCellsInAnyOrder) {
+  host::Cell formattedEmpty;
+  formattedEmpty.row = 1;
+  formattedEmpty.column = 1;
+  formattedEmpty.hasBorder = 1;
+  host::Cell textless = textCell(2, 2, "");
+  textless.text.reset();
+  const struct {
+    const char* name;
+    std::vector<host::Cell> cells;
+    const char* csv;
+  } cases[] = {
+      {"in order",
+       {textCell(1, 1, "a"), textCell(1, 2, "b"), textCell(2, 1, "c")},
+       "a,b\r\nc,\r\n"},
+      {"rows reversed",
+       {textCell(2, 1, "c"), textCell(1, 2, "b"), textCell(1, 1, "a")},
+       "a,b\r\nc,\r\n"},
+      {"columns reversed within a row", {textCell(1, 3, "z"), textCell(1, 1, "x")}, "x,,z\r\n"},
+      {"the later line wins",
+       {textCell(1, 1, "old"), textCell(1, 2, "b"), textCell(1, 1, "new")},
+       "new,b\r\n"},
+      {"a later line without text empties the field",
+       {textCell(2, 2, "gone"), textCell(1, 1, "a"), textless},
+       "a\r\n"},
+      {"a formatted empty cell changes nothing",
+       {textCell(1, 1, "kept"), formattedEmpty},
+       "kept\r\n"},
+  };
+  for (const auto& c : cases) {
+    CsvSheet sheet;
+    for (const host::Cell& cell : c.cells) sheet.add(host::Item(cell));
+    EXPECT_EQ(sheet.text({}), c.csv) << c.name;
+  }
+  // Hidden runs reach the sheet before its cells do.
+  CsvSheet hidden;
+  hidden.add(host::Item(host::RowRun{1, 1, 0}));
+  hidden.add(host::Item(host::ColumnRun{1, 1, 0}));
+  hidden.add(host::Item(textCell(2, 2, "d")));
+  hidden.add(host::Item(textCell(1, 1, "a")));
+  EXPECT_EQ(hidden.text({}), "d\r\n");
 }
 
 TEST(WriteCsv, TheStyledWorkbookMatchesItsDisplayTexts) {

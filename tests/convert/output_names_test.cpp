@@ -51,16 +51,17 @@ TEST(UniqueNames, NumbersRepeatsIgnoringCase) {
 }
 
 TEST(WriteCsvDirectory, NamesOneFilePerSheetSafelyAndUniquely) {
-  WorkbookModel book;
+  CsvWorkbook book;
   for (const char* name : {"Q1/Q2", "Q1:Q2", "  ", "Sales"}) {
-    SheetModel sheet = convert_test::sheetOf(convert_test::textCell(1, 1, name));
+    CsvWorkbook::Sheet sheet;
     sheet.info.name = name;
     sheet.info.number = static_cast<uint32_t>(book.sheets.size() + 1);
+    sheet.csv = csvField(name) + "\r\n";
     book.sheets.push_back(std::move(sheet));
   }
   convert_test::TempDir dir;
   std::string error;
-  const auto written = writeCsvDirectory(book, (dir.path() / "out").string(), {}, &error);
+  const auto written = writeCsvDirectory(book, (dir.path() / "out").string(), &error);
   ASSERT_EQ(written.size(), 4u) << error;
   const std::filesystem::path out = dir.path() / "out";
   EXPECT_EQ(written[0], (out / "Q1_Q2.csv").string());
