@@ -9,8 +9,14 @@ namespace {
 constexpr std::string_view kRecordEnd = "\r\n";
 constexpr std::string_view kNeedsQuotes = ",\"\r\n";
 
+bool needsQuotes(std::string_view text) {
+  for (const char ch : text)
+    if (ch == ',' || ch == '"' || ch == '\r' || ch == '\n') return true;
+  return false;
+}
+
 void appendField(std::string_view text, std::string& out) {
-  if (text.find_first_of(kNeedsQuotes) == std::string_view::npos) {
+  if (!needsQuotes(text)) {
     out += text;
     return;
   }
@@ -22,16 +28,38 @@ void appendField(std::string_view text, std::string& out) {
   out += '"';
 }
 
-bool inRuns(const std::vector<Run>& runs, uint32_t index) {
-  return std::any_of(runs.begin(), runs.end(),
-                     [index](const Run& r) { return index >= r.first && index <= r.last; });
+// The field at the start of text, as appendField wrote it; text is left
+// after the field.
+std::string takeField(std::string_view& text) {
+  std::string field;
+  if (text.empty() || text.front() != '"') {
+    const size_t end = std::min(text.find(','), text.size());
+    field = text.substr(0, end);
+    text.remove_prefix(end);
+    return field;
+  }
+  size_t at = 1;
+  while (at < text.size()) {
+    if (text[at] == '"') {
+      if (at + 1 < text.size() && text[at + 1] == '"') {
+        field += '"';
+        at += 2;
+        continue;
+      }
+      ++at;  // the closing quote
+      break;
+    }
+    field += text[at++];
+  }
+  text.remove_prefix(at);
+  return field;
 }
 
 // Walks the workbook's items sheet by sheet into CSV texts; each sheet's
 // cells are dropped as soon as its text is written.
 class CsvGatherer : public host::SheetVisitor {
  public:
-  explicit CsvGatherer(const CsvOptions& options) : options_(options) {}
+  explicit CsvGatherer(const CsvOptions& options) : sheet_(options) {}
 
   void beginSheet(const host::SheetInfo&) override { sheet_.clear(); }
   bool item(const host::SheetInfo&, host::Item& item) override {
@@ -39,12 +67,11 @@ class CsvGatherer : public host::SheetVisitor {
     return true;
   }
   void endSheet(const host::SheetInfo& info, const host::SheetStats&) override {
-    sheets_.push_back({info, sheet_.text(options_)});
+    sheets_.push_back({info, sheet_.text()});
   }
   std::vector<CsvWorkbook::Sheet>& sheets() { return sheets_; }
 
  private:
-  CsvOptions options_;
   CsvSheet sheet_;
   std::vector<CsvWorkbook::Sheet> sheets_;
 };
@@ -57,6 +84,61 @@ std::string csvField(std::string_view text) {
   return field;
 }
 
+// --- Hidden lines --------------------------------------------------------
+
+void CsvSheet::HiddenLines::add(const Run& run) {
+  // Line 0 holds no field; a run that names no line hides nothing.
+  const uint32_t first = std::max<uint32_t>(run.first, 1);
+  if (first > run.last) return;
+  spans_.push_back({first, run.last, 0});
+  settled_ = false;
+}
+
+void CsvSheet::HiddenLines::settle() {
+  if (settled_) return;
+  settled_ = true;
+  std::sort(spans_.begin(), spans_.end(),
+            [](const Span& a, const Span& b) { return a.first < b.first; });
+  std::vector<Span> merged;
+  for (const Span& span : spans_) {
+    if (!merged.empty() && uint64_t{span.first} <= uint64_t{merged.back().last} + 1)
+      merged.back().last = std::max(merged.back().last, span.last);
+    else
+      merged.push_back(span);
+  }
+  uint64_t hidden = 0;
+  for (Span& span : merged) {
+    span.hiddenBefore = hidden;
+    hidden += uint64_t{span.last} - span.first + 1;
+  }
+  spans_ = std::move(merged);
+}
+
+bool CsvSheet::HiddenLines::contains(uint32_t index) const {
+  auto after = std::upper_bound(spans_.begin(), spans_.end(), index,
+                                [](uint32_t i, const Span& span) { return i < span.first; });
+  return after != spans_.begin() && index <= std::prev(after)->last;
+}
+
+uint64_t CsvSheet::HiddenLines::countBefore(uint64_t index) const {
+  auto after = std::partition_point(spans_.begin(), spans_.end(),
+                                    [index](const Span& span) { return span.first < index; });
+  if (after == spans_.begin()) return 0;
+  const Span& span = *std::prev(after);
+  return span.hiddenBefore + std::min<uint64_t>(span.last, index - 1) - span.first + 1;
+}
+
+uint32_t CsvSheet::HiddenLines::shownAt(uint64_t shown) const {
+  uint64_t index = shown + 1;
+  for (const Span& span : spans_) {
+    if (span.first > index) break;
+    index += uint64_t{span.last} - span.first + 1;
+  }
+  return static_cast<uint32_t>(index);
+}
+
+// --- The sheet -------------------------------------------------------------
+
 void CsvSheet::add(const host::Item& item) {
   // Size 0 is the plug-in's way of saying "hidden".
   if (const auto* rows = std::get_if<host::RowRun>(&item); rows != nullptr && rows->size == 0) {
@@ -66,101 +148,160 @@ void CsvSheet::add(const host::Item& item) {
     hideColumns({columns->first, columns->last, 0});
   } else if (const auto* cell = std::get_if<host::Cell>(&item)) {
     const bool formattedEmpty = cell->hasFont == 0 && !cell->text;
-    if (!formattedEmpty) addCell(cell->row, cell->column, cell->text ? &*cell->text : nullptr);
+    if (!formattedEmpty)
+      addCell(cell->row, cell->column, cell->text ? std::string_view(*cell->text) : "");
   }
+}
+
+// Fields already written were placed with the hidden lines known then, so
+// a run that comes after them sends the sheet down the sorted way.
+void CsvSheet::hideRows(const Run& run) {
+  if (cellsStarted_ && inOrder_) stopWritingInOrder();
+  hiddenRows_.add(run);
+}
+
+void CsvSheet::hideColumns(const Run& run) {
+  if (cellsStarted_ && inOrder_) stopWritingInOrder();
+  hiddenColumns_.add(run);
+}
+
+bool CsvSheet::rowShown(uint32_t row) const {
+  return options_.keepHidden || !hiddenRows_.contains(row);
+}
+
+bool CsvSheet::columnShown(uint32_t column) const {
+  return options_.keepHidden || !hiddenColumns_.contains(column);
+}
+
+void CsvSheet::addCell(uint32_t row, uint32_t column, std::string_view text) {
+  if (!cellsStarted_) settleHiddenLines();
+  if (inOrder_ && cellsStarted_ && std::tie(row, column) <= std::tie(lastCellRow_, lastCellColumn_))
+    stopWritingInOrder();
+  cellsStarted_ = true;
+  lastCellRow_ = row;
+  lastCellColumn_ = column;
+  if (!inOrder_) return keep(row, column, text);
+  if (text.empty()) return;
+
+  textRows_ = std::max(textRows_, row);
+  textColumns_ = std::max(textColumns_, column);
+  if (row == 0 || column == 0 || !rowShown(row) || !columnShown(column))
+    return keep(row, column, text);
+
+  if (rows_.empty() || rows_.back().row != row) rows_.push_back({row, body_.size(), 0});
+  RowText& line = rows_.back();
+  const uint64_t field =
+      column - 1 - (options_.keepHidden ? 0 : hiddenColumns_.countBefore(column));
+  // The separators of the empty fields before this one.
+  body_.append(line.fields == 0 ? field : field - line.fields + 1, ',');
+  appendField(text, body_);
+  line.fields = field + 1;
+}
+
+void CsvSheet::keep(uint32_t row, uint32_t column, std::string_view text) {
+  entries_.push_back({row, column, texts_.size(), static_cast<uint32_t>(text.size())});
+  texts_ += text;
+}
+
+// The fields written so far become entries again, beside the texts no
+// field showed.
+void CsvSheet::stopWritingInOrder() {
+  inOrder_ = false;
+  for (size_t i = 0; i < rows_.size(); ++i) {
+    const uint64_t end = i + 1 < rows_.size() ? rows_[i + 1].offset : body_.size();
+    std::string_view fields =
+        std::string_view(body_).substr(rows_[i].offset, end - rows_[i].offset);
+    for (uint64_t field = 0;; ++field) {
+      const std::string text = takeField(fields);
+      if (!text.empty()) {
+        const uint32_t column =
+            options_.keepHidden ? static_cast<uint32_t>(field + 1) : hiddenColumns_.shownAt(field);
+        keep(rows_[i].row, column, text);
+      }
+      if (fields.empty()) break;
+      fields.remove_prefix(1);  // the separator
+    }
+  }
+  body_.clear();
+  rows_.clear();
 }
 
 void CsvSheet::clear() {
-  cells_.clear();
-  texts_.clear();
   hiddenRows_.clear();
   hiddenColumns_.clear();
-  ordered_ = true;
+  cellsStarted_ = false;
+  inOrder_ = true;
+  lastCellRow_ = lastCellColumn_ = 0;
+  textRows_ = textColumns_ = 0;
+  body_.clear();
+  rows_.clear();
+  entries_.clear();
+  texts_.clear();
 }
 
-void CsvSheet::addCell(uint32_t row, uint32_t column, const std::string* text) {
-  if (!cells_.empty()) {
-    const Entry& last = cells_.back();
-    if (std::tie(row, column) <= std::tie(last.row, last.column)) ordered_ = false;
-  }
-  Entry entry{row, column, texts_.size(), 0};
-  if (text != nullptr) {
-    entry.length = static_cast<uint32_t>(text->size());
-    texts_ += *text;
-  }
-  cells_.push_back(entry);
+void CsvSheet::settleHiddenLines() {
+  hiddenRows_.settle();
+  hiddenColumns_.settle();
 }
 
-// Sorted by position; of several entries for one position the last one
-// stays, as the stable sort keeps them in arrival order.
-void CsvSheet::putInOrder() {
-  if (ordered_) return;
-  std::stable_sort(cells_.begin(), cells_.end(), [](const Entry& a, const Entry& b) {
+void CsvSheet::write(std::string& out) {
+  settleHiddenLines();
+  if (inOrder_) return writeInOrder(out);
+  // Sorted by position; of several entries for one position the last one
+  // stays, as the stable sort keeps them in arrival order.
+  std::stable_sort(entries_.begin(), entries_.end(), [](const Entry& a, const Entry& b) {
     return std::tie(a.row, a.column) < std::tie(b.row, b.column);
   });
-  std::vector<Entry> unique;
-  unique.reserve(cells_.size());
-  for (const Entry& entry : cells_) {
-    if (!unique.empty() && unique.back().row == entry.row && unique.back().column == entry.column)
-      unique.back() = entry;
-    else
-      unique.push_back(entry);
+  CsvSheet ordered(options_);
+  ordered.hiddenRows_ = hiddenRows_;
+  ordered.hiddenColumns_ = hiddenColumns_;
+  for (size_t i = 0; i < entries_.size(); ++i) {
+    const Entry& entry = entries_[i];
+    const bool replaced = i + 1 < entries_.size() && entries_[i + 1].row == entry.row &&
+                          entries_[i + 1].column == entry.column;
+    if (!replaced)
+      ordered.addCell(entry.row, entry.column,
+                      std::string_view(texts_).substr(entry.offset, entry.length));
   }
-  cells_ = std::move(unique);
-  ordered_ = true;
+  ordered.writeInOrder(out);
 }
 
-void CsvSheet::write(const CsvOptions& options, std::string& out) {
-  putInOrder();
-  uint32_t lastRow = 0, lastColumn = 0;
-  for (const Entry& entry : cells_) {
-    if (entry.length == 0) continue;
-    lastRow = std::max(lastRow, entry.row);
-    lastColumn = std::max(lastColumn, entry.column);
-  }
-  std::vector<bool> columnShown(size_t{lastColumn} + 1, true);
-  if (!options.keepHidden)
-    for (uint32_t column = 1; column <= lastColumn; ++column)
-      columnShown[column] = !inRuns(hiddenColumns_, column);
-
-  // Room for every text, a separator per field and a record end per row,
-  // so the output grows once.
-  out.reserve(out.size() + texts_.size() + uint64_t{lastRow} * (lastColumn + kRecordEnd.size()));
-  auto next = std::lower_bound(cells_.begin(), cells_.end(), 1u,
-                               [](const Entry& e, uint32_t row) { return e.row < row; });
-  for (uint32_t row = 1; row <= lastRow; ++row) {
-    const bool shown = options.keepHidden || !inRuns(hiddenRows_, row);
-    bool first = true;
-    for (uint32_t column = 1; column <= lastColumn; ++column) {
-      // Entries of this row come in column order; rows 0 and columns 0 or
-      // past the last are passed over.
-      while (next != cells_.end() && next->row == row && next->column < column) ++next;
-      const bool here = next != cells_.end() && next->row == row && next->column == column;
-      if (shown && columnShown[column]) {
-        if (!first) out += ',';
-        first = false;
-        if (here) appendField(std::string_view(texts_).substr(next->offset, next->length), out);
-      }
+void CsvSheet::writeInOrder(std::string& out) const {
+  const uint64_t width =
+      textColumns_ -
+      (options_.keepHidden ? 0 : hiddenColumns_.countBefore(uint64_t{textColumns_} + 1));
+  // Room for every field and a full row's separators and end per row, so
+  // the output grows once.
+  out.reserve(out.size() + body_.size() + uint64_t{textRows_} * (width + kRecordEnd.size()));
+  auto next = rows_.begin();
+  for (uint64_t row = 1; row <= textRows_; ++row) {
+    if (!rowShown(static_cast<uint32_t>(row))) continue;
+    uint64_t fields = 0;
+    if (next != rows_.end() && next->row == row) {
+      const uint64_t end = std::next(next) != rows_.end() ? std::next(next)->offset : body_.size();
+      out.append(body_, next->offset, end - next->offset);
+      fields = next->fields;
+      ++next;
     }
-    while (next != cells_.end() && next->row == row) ++next;
-    if (shown) out += kRecordEnd;
+    if (width > 0) out.append(fields == 0 ? width - 1 : width - fields, ',');
+    out += kRecordEnd;
   }
 }
 
-std::string CsvSheet::text(const CsvOptions& options) {
+std::string CsvSheet::text() {
   std::string out;
-  write(options, out);
+  write(out);
   return out;
 }
 
 std::string csvText(const SheetModel& sheet, const CsvOptions& options) {
-  CsvSheet csv;
+  CsvSheet csv(options);
   for (const Run& run : sheet.hiddenRows) csv.hideRows(run);
   for (const Run& run : sheet.hiddenColumns) csv.hideColumns(run);
   for (const auto& [position, cell] : sheet.cells)
     if (!cell.formattedEmpty)
-      csv.addCell(position.first, position.second, cell.text ? &*cell.text : nullptr);
-  return csv.text(options);
+      csv.addCell(position.first, position.second, cell.text ? std::string_view(*cell.text) : "");
+  return csv.text();
 }
 
 host::Result<CsvWorkbook> readCsvWorkbook(const SSReaderInterface& table, const std::string& path,

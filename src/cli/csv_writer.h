@@ -28,47 +28,97 @@ struct CsvOptions {
 // One field, quoted when it needs to be.
 std::string csvField(std::string_view text);
 
-// A sheet's CSV gathered while its items arrive: the texts of its cells in
-// one block, and 24 bytes per cell besides, where a sheet model keeps a
-// whole cell record (font, colours, fill, borders) per cell. Only what a
-// CSV shows is kept: the hidden runs and each cell's position and text.
-//
-// Cells come row by row in a workbook written in order, and are then
-// written as they are. A workbook may list its cell lines in any order,
-// though, and the record width is only known at the end; so the CSV is
-// written when the sheet is complete, the cells being sorted first if any
-// arrived out of order. As in the sheet model, a later line for a position
-// wins, and a formatted empty cell (fill and border only) changes nothing.
+// A sheet's CSV built while its items arrive. A workbook written in order
+// gives its hidden runs first and then its cells row by row: each field is
+// then written as its cell arrives, and only the rows' ends wait for the
+// record width, which is known when the sheet is complete. A cell out of
+// order, or a hidden run after the first cell, turns the sheet into a list
+// of positions and texts that is sorted and written at the end. Either way,
+// a later line for a position wins, and a formatted empty cell (fill and
+// border only) changes nothing.
 class CsvSheet {
  public:
+  explicit CsvSheet(const CsvOptions& options = {}) : options_(options) {}
+
   void add(const host::Item& item);
-  void hideRows(const Run& run) { hiddenRows_.push_back(run); }
-  void hideColumns(const Run& run) { hiddenColumns_.push_back(run); }
+  void hideRows(const Run& run);
+  void hideColumns(const Run& run);
   // A cell with its own line; no text is an empty field.
-  void addCell(uint32_t row, uint32_t column, const std::string* text);
+  void addCell(uint32_t row, uint32_t column, std::string_view text);
 
   // Forgets the sheet but keeps the memory, for the next sheet.
   void clear();
 
   // Appends the CSV to out.
-  void write(const CsvOptions& options, std::string& out);
-  std::string text(const CsvOptions& options);
+  void write(std::string& out);
+  std::string text();
 
  private:
+  // The fields of one row written so far: body_ from offset to the next
+  // row's offset, fields of them.
+  struct RowText {
+    uint32_t row;
+    uint64_t offset;
+    uint64_t fields;
+  };
+  // A cell kept by position: the ones that arrived out of order, and, while
+  // in order, the texts of cells no field shows (hidden or in row or column
+  // 0), which still count for the record width.
   struct Entry {
     uint32_t row;
     uint32_t column;
     uint64_t offset;  // into texts_
     uint32_t length;  // 0: no text
   };
+  // Hidden rows or columns: the runs merged into disjoint spans, each with
+  // the number of hidden lines before it, so that a cell's field is found
+  // without a pass over the runs. Runs are merged once, by settle(), which
+  // comes after the last add() and before the first question.
+  class HiddenLines {
+   public:
+    void add(const Run& run);
+    void settle();
+    void clear() {
+      spans_.clear();
+      settled_ = true;
+    }
+    bool contains(uint32_t index) const;
+    // Hidden lines among 1 .. index - 1.
+    uint64_t countBefore(uint64_t index) const;
+    // The index of the shown line that has `shown` shown lines before it.
+    uint32_t shownAt(uint64_t shown) const;
 
-  void putInOrder();
+   private:
+    struct Span {
+      uint32_t first;
+      uint32_t last;
+      uint64_t hiddenBefore;
+    };
+    std::vector<Span> spans_;
+    bool settled_ = true;
+  };
 
-  std::vector<Entry> cells_;
+  void keep(uint32_t row, uint32_t column, std::string_view text);
+  void stopWritingInOrder();
+  void settleHiddenLines();
+  bool rowShown(uint32_t row) const;
+  bool columnShown(uint32_t column) const;
+  void writeInOrder(std::string& out) const;
+
+  CsvOptions options_;
+  HiddenLines hiddenRows_;
+  HiddenLines hiddenColumns_;
+  bool cellsStarted_ = false;
+  bool inOrder_ = true;
+  uint32_t lastCellRow_ = 0;
+  uint32_t lastCellColumn_ = 0;
+  // The rows and columns up to the last text.
+  uint32_t textRows_ = 0;
+  uint32_t textColumns_ = 0;
+  std::string body_;
+  std::vector<RowText> rows_;
+  std::vector<Entry> entries_;
   std::string texts_;
-  std::vector<Run> hiddenRows_;
-  std::vector<Run> hiddenColumns_;
-  bool ordered_ = true;
 };
 
 // The same for a gathered sheet model.
