@@ -21,8 +21,8 @@ std::string sheetLabel(const SheetInfo& sheet) {
   return "sheet " + std::to_string(sheet.number) + " (\"" + sheet.name + "\")";
 }
 
-Font fontOf(const FontRecord& record) {
-  Font font;
+// Into an existing font, whose name keeps its storage.
+void assignFont(const FontRecord& record, Font& font) {
   font.name.assign(record.name, strnlen(record.name, sizeof record.name));
   font.size = record.size;
   font.bold = record.bold != 0;
@@ -30,6 +30,11 @@ Font fontOf(const FontRecord& record) {
   font.underline = record.underline != 0;
   font.charSet = record.charSet;
   font.pitchAndFamily = record.pitchAndFamily;
+}
+
+Font fontOf(const FontRecord& record) {
+  Font font;
+  assignFont(record, font);
   return font;
 }
 
@@ -104,14 +109,19 @@ struct Walker::Session {
   }
 
   // The text of a buffer handed out for this item, read no further than the
-  // item's length and the buffer's capacity.
-  std::optional<std::string> textAt(const char* text, uint32_t length) const {
+  // item's length and the buffer's capacity, into out; false when text is
+  // no such buffer.
+  bool copyText(const char* text, uint32_t length, std::optional<std::string>& out) const {
     for (size_t i = 0; i < used; ++i) {
       if (buffers[i].get() != text) continue;
-      const size_t bound = std::min<size_t>(length, capacities[i]);
-      return std::string(text, strnlen(text, bound));
+      const size_t size = strnlen(text, std::min<size_t>(length, capacities[i]));
+      if (out)
+        out->assign(text, size);
+      else
+        out.emplace(text, size);
+      return true;
     }
-    return std::nullopt;
+    return false;
   }
 
   std::optional<FillInfo> fillNumbered(int32_t number) const {
@@ -123,13 +133,11 @@ struct Walker::Session {
 intptr_t Walker::callback(uintptr_t cookie, int32_t op, intptr_t argument, intptr_t) {
   auto& session = *reinterpret_cast<Session*>(cookie);
   switch (op) {
-    case WZSS_CALLBACK_TEXT_BUFFER:
-      return reinterpret_cast<intptr_t>(session.textBuffer(argument));
+    case WZSS_CALLBACK_TEXT_BUFFER: return reinterpret_cast<intptr_t>(session.textBuffer(argument));
     case WZSS_CALLBACK_FILL:
       if (argument == 0) return 0;
       return session.registerFill(*reinterpret_cast<const FillInfo*>(argument));
-    default:
-      return 0;
+    default: return 0;
   }
 }
 
@@ -264,14 +272,13 @@ Result<SheetStats> Walker::walkSheet(size_t index, SheetVisitor& visitor) {
   if (reader_ == nullptr)
     return failure(WalkErrorKind::NoSuchSheet, "the workbook has not been opened");
   if (index >= sheets_.size())
-    return failure(WalkErrorKind::NoSuchSheet,
-                   "no sheet " + std::to_string(index + 1) + " (the workbook has " +
-                       std::to_string(sheets_.size()) + ")");
+    return failure(WalkErrorKind::NoSuchSheet, "no sheet " + std::to_string(index + 1) +
+                                                   " (the workbook has " +
+                                                   std::to_string(sheets_.size()) + ")");
   const SheetInfo& info = sheets_[index];
   Session session;
-  SheetReader* sheet =
-      table_.InitSheet(reader_, reinterpret_cast<uintptr_t>(&session), info.viewPos,
-                       &Walker::callback, options_.sheetFlags);
+  SheetReader* sheet = table_.InitSheet(reader_, reinterpret_cast<uintptr_t>(&session),
+                                        info.viewPos, &Walker::callback, options_.sheetFlags);
   if (sheet == nullptr)
     return failure(WalkErrorKind::SheetNotOpened, sheetLabel(info) + " cannot be opened");
   OpenSheet guard{table_, sheet};
@@ -280,42 +287,39 @@ Result<SheetStats> Walker::walkSheet(size_t index, SheetVisitor& visitor) {
   // One record for the whole sheet: the plug-in leaves fields of earlier
   // items in it on purpose (formatted empty cells rely on that).
   SheetItem raw{};
+  // One item for the whole sheet too: a cell is written over the previous
+  // cell, so that its strings keep their storage. It dies before the sheet
+  // is closed.
+  Item item;
   for (;;) {
     session.startItem();
     const int32_t more = table_.ProcessSheet(sheet, &raw);
-    if (more < 0) return failure(WalkErrorKind::SheetLost, sheetLabel(info) + " was lost by the plug-in");
+    if (more < 0)
+      return failure(WalkErrorKind::SheetLost, sheetLabel(info) + " was lost by the plug-in");
     if (more != 0) break;
     ++session.stats.items;
     if (options_.maxItemsPerSheet != 0 && session.stats.items > options_.maxItemsPerSheet)
-      return failure(WalkErrorKind::TooManyItems,
-                     sheetLabel(info) + " yields more than " +
-                         std::to_string(options_.maxItemsPerSheet) + " items");
+      return failure(WalkErrorKind::TooManyItems, sheetLabel(info) + " yields more than " +
+                                                      std::to_string(options_.maxItemsPerSheet) +
+                                                      " items");
 
-    std::optional<Item> item;
     switch (raw.itemType) {
-      case WZSS_ITEM_SETTINGS:
-        item = settingsOf(raw.settings);
-        break;
-      case WZSS_ITEM_OPTION:
-        item = Option{raw.option.option};
-        break;
-      case WZSS_ITEM_ROW_RUN:
-        item = RowRun{raw.run.first, raw.run.last, raw.run.size};
-        break;
-      case WZSS_ITEM_COLUMN_RUN:
-        item = ColumnRun{raw.run.first, raw.run.last, raw.run.size};
-        break;
+      case WZSS_ITEM_SETTINGS: item = settingsOf(raw.settings); break;
+      case WZSS_ITEM_OPTION: item = Option{raw.option.option}; break;
+      case WZSS_ITEM_ROW_RUN: item = RowRun{raw.run.first, raw.run.last, raw.run.size}; break;
+      case WZSS_ITEM_COLUMN_RUN: item = ColumnRun{raw.run.first, raw.run.last, raw.run.size}; break;
       case WZSS_ITEM_CELL: {
         const SheetItemCell& c = raw.cell;
-        Cell cell;
+        auto* reused = std::get_if<Cell>(&item);
+        Cell& cell = reused != nullptr ? *reused : item.emplace<Cell>();
         cell.column = c.column;
         cell.row = c.row;
         cell.textLength = c.textLength;
-        if (c.text != nullptr) {
-          cell.text = session.textAt(c.text, c.textLength);
-          if (!cell.text)
-            return failure(WalkErrorKind::ForeignText,
-                           sheetLabel(info) + ": a cell's text is no buffer the host handed out");
+        if (c.text == nullptr) {
+          cell.text.reset();
+        } else if (!session.copyText(c.text, c.textLength, cell.text)) {
+          return failure(WalkErrorKind::ForeignText,
+                         sheetLabel(info) + ": a cell's text is no buffer the host handed out");
         }
         cell.align = c.align;
         cell.backColor = c.backColor;
@@ -323,13 +327,12 @@ Result<SheetStats> Walker::walkSheet(size_t index, SheetVisitor& visitor) {
         cell.hasBorder = c.hasBorder;
         cell.borders = bordersOf(c);
         cell.hasFont = c.hasFont;
-        cell.font = fontOf(c.font);
+        assignFont(c.font, cell.font);
         cell.hasFill = c.hasFill;
         cell.fill = session.fillNumbered(c.hasFill);
         cell.cellFlag = c.cellFlag;
         cell.cellKind = c.cellKind;
         cell.cellExtra = c.cellExtra;
-        item = std::move(cell);
         break;
       }
       case WZSS_ITEM_OBJECT: {
@@ -363,9 +366,11 @@ Result<SheetStats> Walker::walkSheet(size_t index, SheetVisitor& visitor) {
         return failure(WalkErrorKind::UnknownItem,
                        sheetLabel(info) + ": unknown item type " + std::to_string(raw.itemType));
     }
-    // The item, and any object content the visitor left in it, dies here,
-    // before the next pull and before the sheet is closed.
-    if (!visitor.item(info, *item)) break;
+    const bool goOn = visitor.item(info, item);
+    // Object content the visitor left in the item is released before the
+    // next pull.
+    if (std::holds_alternative<Object>(item)) item.emplace<Option>();
+    if (!goOn) break;
   }
   visitor.endSheet(info, session.stats);
   return session.stats;
