@@ -4,6 +4,7 @@
 // Floating output goes through std::to_chars, which prints as printf does in
 // the C locale whatever locale the host has set; integers are written digit
 // by digit.
+#include <array>
 #include <charconv>
 #include <cmath>
 #include <cstdint>
@@ -94,9 +95,91 @@ int32_t usablePrecision(int32_t decimals) {
   return decimals > kExactPrecision ? kExactPrecision : decimals;
 }
 
+// --- Fixed notation of everyday numbers ---------------------------------------
+
+// Precisions the exact integer path below takes: 10^17 < 2^57, so the
+// mantissa times the power stays below 2^110.
+constexpr int32_t kFastPrecision = 17;
+constexpr auto kPowersOfTen = [] {
+  std::array<uint64_t, kFastPrecision + 1> powers{};
+  uint64_t power = 1;
+  for (uint64_t& entry : powers) {
+    entry = power;
+    power *= 10;
+  }
+  return powers;
+}();
+constexpr int kMantissaBits = 52;
+constexpr int kExponentBias = 1075;  // the bias plus the mantissa's 52 bits
+constexpr int kLowestExponent = -1074;
+
+// Writes value as decimal digits ending just before end; returns the first.
+char* putDigitsBefore(char* end, uint64_t value, int32_t minDigits) {
+  do {
+    *--end = static_cast<char>('0' + value % 10);
+    value /= 10;
+    --minDigits;
+  } while (value != 0 || minDigits > 0);
+  return end;
+}
+
+// "%.*f" of number for precisions up to kFastPrecision and values whose
+// scaled magnitude fits 64 bits, computed exactly: the double is
+// mantissa * 2^exponent, so number * 10^precision is an integer product
+// shifted, rounded half to even as printf rounds the exact value. False
+// when the number is outside that range (the general printer takes it).
+bool printFixedExactly(char* out, double number, int32_t precision) {
+  if (precision > kFastPrecision || !std::isfinite(number)) return false;
+  uint64_t bits = 0;
+  std::memcpy(&bits, &number, sizeof bits);
+  const bool negative = (bits >> 63) != 0;
+  const int field = static_cast<int>((bits >> kMantissaBits) & 0x7FF);
+  uint64_t mantissa = bits & ((uint64_t{1} << kMantissaBits) - 1);
+  int exponent = kLowestExponent;  // subnormals
+  if (field != 0) {
+    mantissa |= uint64_t{1} << kMantissaBits;
+    exponent = field - kExponentBias;
+  }
+
+  using Wide = unsigned __int128;
+  Wide scaled = static_cast<Wide>(mantissa) * kPowersOfTen[precision];
+  if (exponent >= 0) {
+    if (exponent >= 64) return false;
+    if ((scaled >> (64 - exponent)) != 0) return false;  // the result needs 64 bits or more
+    scaled <<= exponent;
+  } else if (-exponent >= 111) {
+    scaled = 0;  // below half of the last digit: rounds to zero
+  } else {
+    const int shift = -exponent;
+    const Wide rest = scaled & ((Wide{1} << shift) - 1);
+    const Wide half = Wide{1} << (shift - 1);
+    scaled >>= shift;
+    if (rest > half || (rest == half && (scaled & 1) != 0)) ++scaled;
+  }
+  if ((scaled >> 64) != 0) return false;
+  const auto digits = static_cast<uint64_t>(scaled);
+
+  char text[48];
+  char* end = text + sizeof text;
+  char* first = end;
+  if (precision > 0) {
+    first = putDigitsBefore(first, digits % kPowersOfTen[precision], precision);
+    *--first = '.';
+  }
+  first = putDigitsBefore(first, digits / kPowersOfTen[precision], 1);
+  if (negative) *--first = '-';  // printf keeps the sign of -0.0 and of what rounds to it
+  const auto length = static_cast<size_t>(end - first);
+  std::memcpy(out, first, length);
+  out[length] = '\0';
+  return true;
+}
+
 // The number as "%.*lf" (fixed) or "%.*e" (scientific) prints it, into out
 // (kWorkSize bytes), cut to kMaxDisplay characters.
 void printFloat(char* out, double number, int32_t decimals, std::chars_format style) {
+  if (style == std::chars_format::fixed &&
+      printFixedExactly(out, number, usablePrecision(decimals)))
+    return;
   char scratch[kScratchSize];
   const std::to_chars_result printed =
       std::to_chars(scratch, scratch + kScratchSize - 1, number, style, usablePrecision(decimals));
