@@ -115,13 +115,13 @@ void CsvSheet::HiddenLines::settle() {
   spans_ = std::move(merged);
 }
 
-bool CsvSheet::HiddenLines::contains(uint32_t index) const {
+bool CsvSheet::HiddenLines::find(uint32_t index) const {
   auto after = std::upper_bound(spans_.begin(), spans_.end(), index,
                                 [](uint32_t i, const Span& span) { return i < span.first; });
   return after != spans_.begin() && index <= std::prev(after)->last;
 }
 
-uint64_t CsvSheet::HiddenLines::countBefore(uint64_t index) const {
+uint64_t CsvSheet::HiddenLines::count(uint64_t index) const {
   auto after = std::partition_point(spans_.begin(), spans_.end(),
                                     [index](const Span& span) { return span.first < index; });
   if (after == spans_.begin()) return 0;

@@ -82,9 +82,9 @@ class CsvSheet {
       spans_.clear();
       settled_ = true;
     }
-    bool contains(uint32_t index) const;
+    bool contains(uint32_t index) const { return !spans_.empty() && find(index); }
     // Hidden lines among 1 .. index - 1.
-    uint64_t countBefore(uint64_t index) const;
+    uint64_t countBefore(uint64_t index) const { return spans_.empty() ? 0 : count(index); }
     // The index of the shown line that has `shown` shown lines before it.
     uint32_t shownAt(uint64_t shown) const;
 
@@ -94,6 +94,9 @@ class CsvSheet {
       uint32_t last;
       uint64_t hiddenBefore;
     };
+    // The two questions for a sheet that hides something; most hide nothing.
+    bool find(uint32_t index) const;
+    uint64_t count(uint64_t index) const;
     std::vector<Span> spans_;
     bool settled_ = true;
   };

@@ -21,9 +21,11 @@ std::string sheetLabel(const SheetInfo& sheet) {
   return "sheet " + std::to_string(sheet.number) + " (\"" + sheet.name + "\")";
 }
 
-// Into an existing font, whose name keeps its storage.
+// Into an existing font, whose name keeps its storage; cells mostly repeat
+// the typeface of the cell before.
 void assignFont(const FontRecord& record, Font& font) {
-  font.name.assign(record.name, strnlen(record.name, sizeof record.name));
+  const std::string_view name(record.name, strnlen(record.name, sizeof record.name));
+  if (font.name != name) font.name.assign(name);
   font.size = record.size;
   font.bold = record.bold != 0;
   font.italic = record.italic != 0;
