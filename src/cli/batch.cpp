@@ -82,11 +82,10 @@ std::optional<std::string> convertOne(const SSReaderInterface& table, const std:
                                       uint64_t& bytes) {
   std::string error;
   if (options.format == OutputFormat::Csv) {
-    auto book = readCsvWorkbook(table, input, options.csv);
-    if (!book) return book.error().message;
-    if (writeCsvDirectory(book.value(), output, &error).empty() && !book.value().sheets.empty())
-      return error;
-    bytes = book.value().bytes;
+    CsvDirectory directory(output);
+    if (auto walked = writeCsvSheets(table, input, options.csv, directory, &bytes); !walked)
+      return walked.error().message;
+    if (!directory.error().empty()) return directory.error();
     return std::nullopt;
   }
   auto book = readWorkbook(table, input);

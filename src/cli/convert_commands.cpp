@@ -6,6 +6,7 @@
 
 #include <cstdio>
 #include <filesystem>
+#include <optional>
 #include <thread>
 
 #include "cli/csv_writer.h"
@@ -38,17 +39,72 @@ int emit(const std::string& output, std::string_view content) {
   return kExitOk;
 }
 
-// A sheet by exact name first (a sheet may be called "2"), then by number.
-const CsvWorkbook::Sheet* findSheet(const CsvWorkbook& book, const std::string& wanted) {
-  for (const CsvWorkbook::Sheet& sheet : book.sheets)
-    if (sheet.info.name == wanted) return &sheet;
+// A sheet by exact name first (a sheet may be called "2"), then by number;
+// sheets.size() when there is none.
+size_t findSheet(const std::vector<host::SheetInfo>& sheets, const std::string& wanted) {
+  for (size_t i = 0; i < sheets.size(); ++i)
+    if (sheets[i].name == wanted) return i;
   if (wanted.empty() || wanted.find_first_not_of("0123456789") != std::string::npos ||
       wanted.size() > 9)
-    return nullptr;
+    return sheets.size();
   const size_t number = std::stoul(wanted);
-  if (number < 1 || number > book.sheets.size()) return nullptr;
-  return &book.sheets[number - 1];
+  return number >= 1 && number <= sheets.size() ? number - 1 : sheets.size();
 }
+
+// `wzss csv`: the sheet asked for, or a workbook's only sheet, to OUT or
+// stdout; every sheet of a larger workbook into the directory OUT. Which
+// one it is shows once the sheet list is known, before any sheet is read.
+class CsvCommandSink : public CsvSink {
+ public:
+  CsvCommandSink(const std::string& wanted, const std::string& output)
+      : wanted_(wanted), output_(output) {}
+
+  bool begin(const std::vector<host::SheetInfo>& sheets) override {
+    if (!wanted_.empty()) {
+      target_ = findSheet(sheets, wanted_);
+      if (target_ == sheets.size())
+        refusal_ = fmt::format("no sheet \"{}\" (the workbook has {})", wanted_, sheets.size());
+    } else if (sheets.size() == 1) {
+      target_ = 0;
+    } else if (output_.empty() || output_ == "-") {
+      refusal_ =
+          fmt::format("the workbook has {} sheets: give --sheet, or -o DIR for one file per sheet",
+                      sheets.size());
+    } else {
+      directory_.emplace(output_);
+      return directory_->begin(sheets);
+    }
+    return refusal_.empty();
+  }
+  bool wants(const host::SheetInfo& info) override {
+    return directory_.has_value() || info.number == target_ + 1;
+  }
+  bool sheet(const host::SheetInfo& info, std::string_view csv) override {
+    if (directory_) return directory_->sheet(info, csv);
+    emitted_ = emit(output_, csv);
+    return false;  // the one sheet is out
+  }
+
+  // The exit status once the workbook was read without error.
+  int finish(const std::string& file) const {
+    if (!refusal_.empty()) return fail(file, refusal_, kExitUsage);
+    if (directory_) {
+      if (!directory_->error().empty()) return fail(output_, directory_->error());
+      for (const std::string& path : directory_->written())
+        fmt::print("{}\n", fs::absolute(path).lexically_normal().string());
+      return kExitOk;
+    }
+    return emitted_.value_or(kExitOk);
+  }
+
+ private:
+  std::string wanted_;
+  std::string output_;
+  size_t target_ = 0;
+  std::string refusal_;
+  std::optional<CsvDirectory> directory_;
+  std::optional<int> emitted_;
+};
 
 OutputFormat formatNamed(const std::string& name) {
   if (name == "csv") return OutputFormat::Csv;
@@ -117,30 +173,11 @@ int ConvertCommands::run(const SSReaderInterface& table) {
 }
 
 int ConvertCommands::runCsv(const SSReaderInterface& table) {
-  auto book = readCsvWorkbook(table, file_, CsvOptions{keepHidden_});
-  if (!book) return fail(file_, book.error().message);
-  if (!sheet_.empty()) {
-    const CsvWorkbook::Sheet* sheet = findSheet(book.value(), sheet_);
-    if (sheet == nullptr)
-      return fail(
-          file_,
-          fmt::format("no sheet \"{}\" (the workbook has {})", sheet_, book.value().sheets.size()),
-          kExitUsage);
-    return emit(output_, sheet->csv);
-  }
-  if (book.value().sheets.size() == 1) return emit(output_, book.value().sheets[0].csv);
-  if (output_.empty() || output_ == "-")
-    return fail(file_,
-                fmt::format("the workbook has {} sheets: give --sheet, or -o DIR for one "
-                            "file per sheet",
-                            book.value().sheets.size()),
-                kExitUsage);
-  std::string error;
-  const auto written = writeCsvDirectory(book.value(), output_, &error);
-  if (!error.empty()) return fail(output_, error);
-  for (const std::string& path : written)
-    fmt::print("{}\n", fs::absolute(path).lexically_normal().string());
-  return kExitOk;
+  CsvCommandSink sink(sheet_, output_);
+  uint64_t bytes = 0;
+  if (auto walked = writeCsvSheets(table, file_, CsvOptions{keepHidden_}, sink, &bytes); !walked)
+    return fail(file_, walked.error().message);
+  return sink.finish(file_);
 }
 
 int ConvertCommands::runJson(const SSReaderInterface& table) {

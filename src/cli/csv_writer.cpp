@@ -56,25 +56,33 @@ std::string takeField(std::string_view& text) {
   return field;
 }
 
-// Walks the workbook's items sheet by sheet into CSV texts; each sheet's
-// cells are dropped as soon as its text is written.
-class CsvGatherer : public host::SheetVisitor {
+// Builds each sheet's CSV while its items arrive and hands it to the sink
+// when the sheet ends; one sheet and one output buffer are kept, reused
+// from sheet to sheet.
+class CsvStreamer : public host::SheetVisitor {
  public:
-  explicit CsvGatherer(const CsvOptions& options) : sheet_(options) {}
+  CsvStreamer(const CsvOptions& options, CsvSink& sink) : sheet_(options), sink_(sink) {}
 
+  void beginWorkbook(const std::vector<host::SheetInfo>& sheets) override {
+    done_ = !sink_.begin(sheets);
+  }
+  bool wants(const host::SheetInfo& info) override { return !done_ && sink_.wants(info); }
   void beginSheet(const host::SheetInfo&) override { sheet_.clear(); }
   bool item(const host::SheetInfo&, host::Item& item) override {
     sheet_.add(item);
     return true;
   }
   void endSheet(const host::SheetInfo& info, const host::SheetStats&) override {
-    sheets_.push_back({info, sheet_.text()});
+    csv_.clear();
+    sheet_.write(csv_);
+    done_ = !sink_.sheet(info, csv_);
   }
-  std::vector<CsvWorkbook::Sheet>& sheets() { return sheets_; }
 
  private:
   CsvSheet sheet_;
-  std::vector<CsvWorkbook::Sheet> sheets_;
+  CsvSink& sink_;
+  std::string csv_;
+  bool done_ = false;
 };
 
 }  // namespace
@@ -305,16 +313,10 @@ std::string csvText(const SheetModel& sheet, const CsvOptions& options) {
   return csv.text();
 }
 
-host::Result<CsvWorkbook> readCsvWorkbook(const SSReaderInterface& table, const std::string& path,
-                                          const CsvOptions& options) {
-  CsvGatherer gatherer(options);
-  uint64_t bytes = 0;
-  if (auto walked = walkWorkbookFile(table, path, gatherer, &bytes); !walked) return walked.error();
-  CsvWorkbook book;
-  book.path = path;
-  book.bytes = bytes;
-  book.sheets = std::move(gatherer.sheets());
-  return book;
+host::Status writeCsvSheets(const SSReaderInterface& table, const std::string& path,
+                            const CsvOptions& options, CsvSink& sink, uint64_t* bytes) {
+  CsvStreamer streamer(options, sink);
+  return walkWorkbookFile(table, path, streamer, bytes);
 }
 
 }  // namespace wzss::cli

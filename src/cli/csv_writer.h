@@ -127,18 +127,23 @@ class CsvSheet {
 // The same for a gathered sheet model.
 std::string csvText(const SheetModel& sheet, const CsvOptions& options);
 
-// A workbook read straight into CSV, one text per sheet: what `wzss csv`
-// and `wzss convert --to csv` need, without a sheet model in between.
-struct CsvWorkbook {
-  std::string path;
-  uint64_t bytes = 0;  // size of the file read
-  struct Sheet {
-    host::SheetInfo info;
-    std::string csv;
-  };
-  std::vector<Sheet> sheets;
+// Where a workbook's CSV goes, one sheet at a time: only the sheet being
+// read is held in memory, not the whole workbook's CSV.
+class CsvSink {
+ public:
+  virtual ~CsvSink() = default;
+  // The workbook's sheets, before the first is read. False wants none.
+  virtual bool begin(const std::vector<host::SheetInfo>& sheets) = 0;
+  // Whether a sheet is read at all.
+  virtual bool wants(const host::SheetInfo&) { return true; }
+  // A sheet's CSV, as soon as the sheet has been read. False wants no more.
+  virtual bool sheet(const host::SheetInfo& info, std::string_view csv) = 0;
 };
-host::Result<CsvWorkbook> readCsvWorkbook(const SSReaderInterface& table, const std::string& path,
-                                          const CsvOptions& options);
+
+// Reads the workbook at path through the plug-in into sink; *bytes receives
+// the file's size. The walk's error, if any: what the sink refuses is the
+// sink's to tell.
+host::Status writeCsvSheets(const SSReaderInterface& table, const std::string& path,
+                            const CsvOptions& options, CsvSink& sink, uint64_t* bytes);
 
 }  // namespace wzss::cli

@@ -4,8 +4,6 @@
 #include <cstdio>
 #include <filesystem>
 
-#include "cli/output_names.h"
-
 namespace fs = std::filesystem;
 
 namespace wzss::cli {
@@ -53,24 +51,19 @@ bool writeFileAtomically(const std::string& path, std::string_view content, std:
   return true;
 }
 
-std::vector<std::string> writeCsvDirectory(const CsvWorkbook& book, const std::string& directory,
-                                           std::string* error) {
+bool CsvDirectory::begin(const std::vector<host::SheetInfo>&) {
   std::error_code code;
-  fs::create_directories(directory, code);
-  if (code) {
-    *error = "cannot create " + directory + ": " + code.message();
-    return {};
-  }
-  UniqueNames names;
-  std::vector<std::string> written;
-  for (const CsvWorkbook::Sheet& sheet : book.sheets) {
-    const std::string stem =
-        safeNameStem(sheet.info.name, "sheet-" + std::to_string(sheet.info.number));
-    const std::string path = (fs::path(directory) / names.take(stem, ".csv")).string();
-    if (!writeFileAtomically(path, sheet.csv, error)) return {};
-    written.push_back(path);
-  }
-  return written;
+  fs::create_directories(directory_, code);
+  if (code) error_ = "cannot create " + directory_ + ": " + code.message();
+  return error_.empty();
+}
+
+bool CsvDirectory::sheet(const host::SheetInfo& info, std::string_view csv) {
+  const std::string stem = safeNameStem(info.name, "sheet-" + std::to_string(info.number));
+  const std::string path = (fs::path(directory_) / names_.take(stem, ".csv")).string();
+  if (!writeFileAtomically(path, csv, &error_)) return false;
+  written_.push_back(path);
+  return true;
 }
 
 }  // namespace wzss::cli

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "cli/csv_writer.h"
+#include "cli/output_names.h"
 #include "cli/sheet_model.h"
 
 namespace wzss::cli {
@@ -16,10 +17,25 @@ namespace wzss::cli {
 // parent directories. False with *error set when anything fails.
 bool writeFileAtomically(const std::string& path, std::string_view content, std::string* error);
 
-// One CSV file per sheet in directory (created when missing), named after
-// the sheets with safeNameStem and made unique. Returns the files written,
-// or an empty list with *error set.
-std::vector<std::string> writeCsvDirectory(const CsvWorkbook& book, const std::string& directory,
-                                           std::string* error);
+// One CSV file per sheet in a directory (created when missing), named after
+// the sheets with safeNameStem and made unique, each file written as soon as
+// its sheet has been read.
+class CsvDirectory : public CsvSink {
+ public:
+  explicit CsvDirectory(std::string directory) : directory_(std::move(directory)) {}
+  bool begin(const std::vector<host::SheetInfo>& sheets) override;
+  bool sheet(const host::SheetInfo& info, std::string_view csv) override;
+
+  // The files written, in sheet order.
+  const std::vector<std::string>& written() const { return written_; }
+  // Why the directory or a file could not be written; empty when all went well.
+  const std::string& error() const { return error_; }
+
+ private:
+  std::string directory_;
+  UniqueNames names_;
+  std::vector<std::string> written_;
+  std::string error_;
+};
 
 }  // namespace wzss::cli

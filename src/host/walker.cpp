@@ -379,7 +379,9 @@ Result<SheetStats> Walker::walkSheet(size_t index, SheetVisitor& visitor) {
 }
 
 Status Walker::walkAll(SheetVisitor& visitor) {
+  visitor.beginWorkbook(sheets_);
   for (size_t i = 0; i < sheets_.size(); ++i) {
+    if (!visitor.wants(sheets_[i])) continue;
     auto walked = walkSheet(i, visitor);
     if (!walked) return walked.error();
   }

@@ -208,6 +208,10 @@ struct SheetStats {
 class SheetVisitor {
  public:
   virtual ~SheetVisitor() = default;
+  // Walker::walkAll: the sheet list before the first sheet, and whether a
+  // sheet is walked at all (a sheet not wanted is never opened).
+  virtual void beginWorkbook(const std::vector<SheetInfo>&) {}
+  virtual bool wants(const SheetInfo&) { return true; }
   virtual void beginSheet(const SheetInfo&) {}
   // Return false to stop pulling items; the sheet is closed as usual.
   virtual bool item(const SheetInfo& sheet, Item& item) = 0;
@@ -236,7 +240,7 @@ class Walker {
 
   // One sheet by index (from 0) into sheets(); open() must have succeeded.
   Result<SheetStats> walkSheet(size_t index, SheetVisitor& visitor);
-  // Every sheet in order; stops at the first error.
+  // Every sheet the visitor wants, in order; stops at the first error.
   Status walkAll(SheetVisitor& visitor);
 
  private:

@@ -50,19 +50,21 @@ TEST(UniqueNames, NumbersRepeatsIgnoringCase) {
   EXPECT_EQ(names.take("Other", ".csv"), "Other-3.csv");
 }
 
-TEST(WriteCsvDirectory, NamesOneFilePerSheetSafelyAndUniquely) {
-  CsvWorkbook book;
+TEST(CsvDirectory, NamesOneFilePerSheetSafelyAndUniquely) {
+  std::vector<host::SheetInfo> sheets;
   for (const char* name : {"Q1/Q2", "Q1:Q2", "  ", "Sales"}) {
-    CsvWorkbook::Sheet sheet;
-    sheet.info.name = name;
-    sheet.info.number = static_cast<uint32_t>(book.sheets.size() + 1);
-    sheet.csv = csvField(name) + "\r\n";
-    book.sheets.push_back(std::move(sheet));
+    host::SheetInfo sheet;
+    sheet.name = name;
+    sheet.number = static_cast<uint32_t>(sheets.size() + 1);
+    sheets.push_back(sheet);
   }
   convert_test::TempDir dir;
-  std::string error;
-  const auto written = writeCsvDirectory(book, (dir.path() / "out").string(), &error);
-  ASSERT_EQ(written.size(), 4u) << error;
+  CsvDirectory directory((dir.path() / "out").string());
+  ASSERT_TRUE(directory.begin(sheets)) << directory.error();
+  for (const host::SheetInfo& sheet : sheets)
+    ASSERT_TRUE(directory.sheet(sheet, csvField(sheet.name) + "\r\n")) << directory.error();
+  const auto& written = directory.written();
+  ASSERT_EQ(written.size(), 4u);
   const std::filesystem::path out = dir.path() / "out";
   EXPECT_EQ(written[0], (out / "Q1_Q2.csv").string());
   EXPECT_EQ(written[1], (out / "Q1_Q2-2.csv").string());

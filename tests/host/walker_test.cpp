@@ -253,7 +253,12 @@ struct Recorder : SheetVisitor {
   std::vector<std::string> events;
   std::vector<Item> items;  // objects are recorded without their content
   std::function<bool(Item&)> onItem;
+  std::function<bool(const SheetInfo&)> onWants;
 
+  void beginWorkbook(const std::vector<SheetInfo>& sheets) override {
+    events.push_back("workbook of " + std::to_string(sheets.size()));
+  }
+  bool wants(const SheetInfo& sheet) override { return !onWants || onWants(sheet); }
   void beginSheet(const SheetInfo& sheet) override { events.push_back("begin " + sheet.name); }
   bool item(const SheetInfo&, Item& item) override {
     const bool more = onItem ? onItem(item) : true;
@@ -492,8 +497,16 @@ TEST_F(WalkerTest, WalkAllVisitsEverySheetInOrder) {
   ASSERT_TRUE(w.open());
   Recorder recorder;
   ASSERT_TRUE(w.walkAll(recorder));
-  EXPECT_EQ(recorder.events, (std::vector<std::string>{"begin A", "end A 1", "begin B", "end B 1",
-                                                       "begin C", "end C 1"}));
+  EXPECT_EQ(recorder.events,
+            (std::vector<std::string>{"workbook of 3", "begin A", "end A 1", "begin B", "end B 1",
+                                      "begin C", "end C 1"}));
+  // A sheet the visitor does not want is never opened.
+  Recorder choosy;
+  choosy.onWants = [](const SheetInfo& sheet) { return sheet.name == "B"; };
+  const int opened = script.opens;
+  ASSERT_TRUE(w.walkAll(choosy));
+  EXPECT_EQ(choosy.events, (std::vector<std::string>{"workbook of 3", "begin B", "end B 1"}));
+  EXPECT_EQ(script.opens, opened + 1);
 }
 
 TEST_F(WalkerTest, WorkbookWithoutSheetsOpensEmpty) {
@@ -504,7 +517,7 @@ TEST_F(WalkerTest, WorkbookWithoutSheetsOpensEmpty) {
   EXPECT_TRUE(sheets.value().empty());
   Recorder recorder;
   EXPECT_TRUE(w.walkAll(recorder));
-  EXPECT_TRUE(recorder.events.empty());
+  EXPECT_EQ(recorder.events, std::vector<std::string>{"workbook of 0"});
 }
 
 struct FailureCase {
