@@ -316,7 +316,9 @@ std::string csvText(const SheetModel& sheet, const CsvOptions& options) {
 host::Status writeCsvSheets(const SSReaderInterface& table, const std::string& path,
                             const CsvOptions& options, CsvSink& sink, uint64_t* bytes) {
   CsvStreamer streamer(options, sink);
-  return walkWorkbookFile(table, path, streamer, bytes);
+  host::WalkOptions walk;
+  walk.cellStyles = false;  // a CSV shows texts only
+  return walkWorkbookFile(table, path, streamer, bytes, walk);
 }
 
 }  // namespace wzss::cli

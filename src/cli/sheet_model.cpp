@@ -228,7 +228,8 @@ void SheetGatherer::add(host::Item& item) {
 }
 
 host::Status walkWorkbookFile(const SSReaderInterface& table, const std::string& path,
-                              host::SheetVisitor& visitor, uint64_t* bytes) {
+                              host::SheetVisitor& visitor, uint64_t* bytes,
+                              const host::WalkOptions& options) {
   std::string error;
   std::unique_ptr<host::FileStream> file = host::FileStream::open(path, &error);
   if (!file) return host::WalkError{host::WalkErrorKind::NotAWorkbook, "cannot open: " + error};
@@ -236,7 +237,7 @@ host::Status walkWorkbookFile(const SSReaderInterface& table, const std::string&
   host::Services services;
   // Linked objects name their files relative to the workbook's folder.
   services.setBaseFolder(std::filesystem::path(path).parent_path().string());
-  host::Walker walker(table, file->get(), services.get());
+  host::Walker walker(table, file->get(), services.get(), options);
   if (auto sheets = walker.open(); !sheets) return sheets.error();
   return walker.walkAll(visitor);
 }

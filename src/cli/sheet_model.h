@@ -109,7 +109,8 @@ struct WorkbookModel {
 // receives the file's size. The table is only read, so any number of
 // threads may walk workbooks through one table at the same time.
 host::Status walkWorkbookFile(const SSReaderInterface& table, const std::string& path,
-                              host::SheetVisitor& visitor, uint64_t* bytes);
+                              host::SheetVisitor& visitor, uint64_t* bytes,
+                              const host::WalkOptions& options = {});
 
 // Reads the whole workbook at path through the plug-in's table: every sheet
 // walked to its end. The table is only read, so any number of threads may

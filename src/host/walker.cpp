@@ -327,11 +327,13 @@ Result<SheetStats> Walker::walkSheet(size_t index, SheetVisitor& visitor) {
         cell.backColor = c.backColor;
         cell.textColor = c.textColor;
         cell.hasBorder = c.hasBorder;
-        cell.borders = bordersOf(c);
         cell.hasFont = c.hasFont;
-        assignFont(c.font, cell.font);
         cell.hasFill = c.hasFill;
-        cell.fill = session.fillNumbered(c.hasFill);
+        if (options_.cellStyles) {
+          cell.borders = bordersOf(c);
+          assignFont(c.font, cell.font);
+          cell.fill = session.fillNumbered(c.hasFill);
+        }
         cell.cellFlag = c.cellFlag;
         cell.cellKind = c.cellKind;
         cell.cellExtra = c.cellExtra;

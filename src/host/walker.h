@@ -222,6 +222,10 @@ struct WalkOptions {
   uint32_t readerFlags = 0;        // bit 0: no object items
   uint32_t sheetFlags = 0;         // bit 0: no object streams
   uint64_t maxItemsPerSheet = 0;   // 0: no limit
+  // False: cells carry their position, text, alignment, colours and the
+  // hasFont, hasBorder and hasFill flags, but not the font, borders and fill
+  // themselves (a CSV needs no more).
+  bool cellStyles = true;
 };
 
 class Walker {

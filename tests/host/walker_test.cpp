@@ -376,6 +376,26 @@ TEST_F(WalkerTest, DecodesEveryItemTypeWithItsFields) {
   EXPECT_EQ(object.frameStyle, 3u);
 }
 
+TEST_F(WalkerTest, WithoutCellStylesACellKeepsItsTextAndStyleFlags) {
+  script.steps = {cellStep(2, 3, "Total: 12", 9)};
+  WalkOptions options;
+  options.cellStyles = false;
+  Walker& w = make(options);
+  ASSERT_TRUE(w.open());
+  Recorder recorder;
+  ASSERT_TRUE(w.walkSheet(0, recorder));
+  ASSERT_EQ(recorder.items.size(), 1u);
+  const auto& cell = std::get<Cell>(recorder.items[0]);
+  EXPECT_EQ(cell.text, "Total: 12");
+  EXPECT_EQ(cell.align, 0x8e);
+  EXPECT_NE(cell.hasBorder, 0u);
+  EXPECT_EQ(cell.hasFont, 1u);
+  EXPECT_EQ(cell.hasFill, 1);
+  EXPECT_EQ(cell.font.name, "");
+  EXPECT_EQ(cell.borders.left.style, 0);
+  EXPECT_FALSE(cell.fill);
+}
+
 TEST_F(WalkerTest, FillsAreNumberedFromOnePerSheetAndCopied) {
   script.steps = {cellStep(1, 1, "a", 9), cellStep(1, 2, "b"), cellStep(1, 3, "c", 4)};
   Walker& w = make();
