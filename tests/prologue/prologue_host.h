@@ -57,6 +57,12 @@ class PrologueHost {
   // Skips the line a section reader is called after (its keyword line).
   void skipLine() { (void)nextLine(); }
 
+  // Runs a section reader as the scanner does: after the keyword line.
+  int section(int (*read)(WorkbookReader*)) {
+    skipLine();
+    return read(reader.get());
+  }
+
   // The next line left in the stream, as the scanner would read it; "<end>"
   // when the input has ended.
   std::string nextLine() {

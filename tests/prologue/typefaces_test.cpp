@@ -6,38 +6,58 @@
 
 #include <cstring>
 #include <string>
+#include <vector>
 
 #include "prologue_host.h"
 
 namespace wzss::test {
 namespace {
 
-// A reader whose default font is named as the first pass presets it.
-void presetTimes(WorkbookReader* reader) { std::strcpy(reader->defaultFont.name, "Times"); }
+// A host whose default font is named as the first pass presets it.
+struct TypefaceHost : PrologueHost {
+  explicit TypefaceHost(std::string text) : PrologueHost(std::move(text)) {
+    std::strcpy(reader->defaultFont.name, "Times");
+  }
+  std::vector<std::string> names() const {
+    std::vector<std::string> result;
+    for (uint32_t i = 0; i < reader->typefaceCount; ++i)
+      result.push_back(wzTypefaceName(reader.get(), i));
+    return result;
+  }
+};
 
+// The first name also names the default font (cut to its field); line ends
+// go with their carriage returns; an empty table keeps the default font.
 TEST(TypefaceTest, NamesFillSlotsAndTheFirstNamesTheDefaultFont) {
-  PrologueHost host(
-      joinLines({"TYPEFACE TABLE", "Courier", "Helvetica", "END TYPEFACE TABLE", "next"}));
-  presetTimes(host.reader.get());
-  host.skipLine();
-  ASSERT_EQ(wzFont(host.reader.get()), 1);
-  const WorkbookReader* reader = host.reader.get();
-  EXPECT_EQ(reader->typefaceCount, 2u);
-  EXPECT_STREQ(wzTypefaceName(reader, 0), "Courier");
-  EXPECT_STREQ(wzTypefaceName(reader, 1), "Helvetica");
-  EXPECT_STREQ(reader->defaultFont.name, "Courier");
-  EXPECT_EQ(host.nextLine(), "next");
-}
-
-TEST(TypefaceTest, EmptyTableKeepsTheDefaultFont) {
-  PrologueHost host(joinLines({"TYPEFACE TABLE", "end typeface table", "next"}));
-  presetTimes(host.reader.get());
-  host.skipLine();
-  ASSERT_EQ(wzFont(host.reader.get()), 1);
-  EXPECT_EQ(host.reader->typefaceCount, 0u);
-  EXPECT_STREQ(host.reader->defaultFont.name, "Times");
-  EXPECT_EQ(wzTypefaceName(host.reader.get(), 0), nullptr);
-  EXPECT_EQ(host.nextLine(), "next");
+  const std::string longName(150, 'n');
+  struct Case {
+    const char* name;
+    std::string text;
+    std::vector<std::string> names;
+    std::string defaultFont;
+  } cases[] = {{"two names",
+                joinLines({"TYPEFACE TABLE", "Courier", "Helvetica", "END TYPEFACE TABLE"}),
+                {"Courier", "Helvetica"},
+                "Courier"},
+               {"empty", joinLines({"TYPEFACE TABLE", "end typeface table"}), {}, "Times"},
+               {"CR LF",
+                "TYPEFACE TABLE\r\nArial\r\nPictofont\r\nEND TYPEFACE TABLE\r\n",
+                {"Arial", "WingDings"},
+                "Arial"},
+               {"long first name",
+                joinLines({"TYPEFACE TABLE", longName, "END TYPEFACE TABLE"}),
+                {longName},
+                std::string(31, 'n')}};
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    TypefaceHost host(c.text + "next\n");
+    ASSERT_EQ(host.section(wzFont), 1);
+    EXPECT_EQ(host.names(), c.names);
+    EXPECT_EQ(host.reader->defaultFont.name, c.defaultFont);
+    EXPECT_EQ(host.nextLine(), "next");
+    for (int32_t n : {-1, static_cast<int32_t>(c.names.size()), 254, 255, INT32_MAX, INT32_MIN})
+      EXPECT_EQ(wzTypefaceName(host.reader.get(), n), nullptr) << n;
+  }
 }
 
 TEST(TypefaceTest, SymbolFontIsRenamedOnlyForTheWholeLine) {
@@ -45,135 +65,83 @@ TEST(TypefaceTest, SymbolFontIsRenamedOnlyForTheWholeLine) {
     const char* line;
     const char* stored;
   } cases[] = {
-      {"Pictofont", "WingDings"},   {"PICTOFONT", "WingDings"},
-      {"pIcToFoNt", "WingDings"},   {"Pictofont ", "Pictofont "},
-      {"Pictofonts", "Pictofonts"}, {" Pictofont", " Pictofont"},
-      {"Picto", "Picto"},           {"Times New Roman", "Times New Roman"},
-      {"  padded  ", "  padded  "}, {"", ""},
-  };
+      {"Pictofont", "WingDings"},   {"PICTOFONT", "WingDings"},   {"pIcToFoNt", "WingDings"},
+      {"Pictofont ", "Pictofont "}, {"Pictofonts", "Pictofonts"}, {" Pictofont", " Pictofont"},
+      {"Picto", "Picto"},           {"  padded  ", "  padded  "}, {"", ""}};
   for (const Case& c : cases) {
+    SCOPED_TRACE('"' + std::string(c.line) + '"');
     PrologueHost host(joinLines({"TYPEFACE TABLE", "First", c.line, "END TYPEFACE TABLE"}));
-    host.skipLine();
-    ASSERT_EQ(wzFont(host.reader.get()), 1) << c.line;
-    ASSERT_EQ(host.reader->typefaceCount, 2u) << c.line;
-    EXPECT_STREQ(wzTypefaceName(host.reader.get(), 1), c.stored) << '"' << c.line << '"';
+    ASSERT_EQ(host.section(wzFont), 1);
+    ASSERT_EQ(host.reader->typefaceCount, 2u);
+    EXPECT_STREQ(wzTypefaceName(host.reader.get(), 1), c.stored);
   }
-}
-
-TEST(TypefaceTest, LineEndsAreRemovedAndCarriageReturnsWithThem) {
-  PrologueHost host("TYPEFACE TABLE\r\nArial\r\nPictofont\r\nEND TYPEFACE TABLE\r\n");
-  host.skipLine();
-  ASSERT_EQ(wzFont(host.reader.get()), 1);
-  EXPECT_STREQ(wzTypefaceName(host.reader.get(), 0), "Arial");
-  EXPECT_STREQ(wzTypefaceName(host.reader.get(), 1), "WingDings");
 }
 
 TEST(TypefaceTest, SecondTableReplacesTheFirstFromSlotZero) {
   // Longer, then shorter, then empty: the names a table no longer covers are
   // freed (the host's teardown finds any that leaked).
-  PrologueHost host(
+  TypefaceHost host(
       joinLines({"TYPEFACE TABLE", "A", "B", "C", "END TYPEFACE TABLE", "TYPEFACE TABLE", "X",
                  "END TYPEFACE TABLE", "TYPEFACE TABLE", "END TYPEFACE TABLE"}));
-  WorkbookReader* reader = host.reader.get();
-  host.skipLine();
-  ASSERT_EQ(wzFont(reader), 1);
-  EXPECT_EQ(reader->typefaceCount, 3u);
+  ASSERT_EQ(host.section(wzFont), 1);
   EXPECT_EQ(host.services.stats().liveBlocks, 3u);
-
-  host.skipLine();
-  ASSERT_EQ(wzFont(reader), 1);
-  EXPECT_EQ(reader->typefaceCount, 1u);
-  EXPECT_STREQ(wzTypefaceName(reader, 0), "X");
-  EXPECT_EQ(wzTypefaceName(reader, 1), nullptr);
-  EXPECT_STREQ(reader->defaultFont.name, "X");
+  ASSERT_EQ(host.section(wzFont), 1);
+  EXPECT_EQ(host.names(), std::vector<std::string>{"X"});
+  EXPECT_EQ(wzTypefaceName(host.reader.get(), 1), nullptr);
+  EXPECT_STREQ(host.reader->defaultFont.name, "X");
   EXPECT_EQ(host.services.stats().liveBlocks, 1u);
-
-  host.skipLine();
-  ASSERT_EQ(wzFont(reader), 1);
-  EXPECT_EQ(reader->typefaceCount, 0u);
-  EXPECT_STREQ(reader->defaultFont.name, "X");
+  ASSERT_EQ(host.section(wzFont), 1);
+  EXPECT_EQ(host.reader->typefaceCount, 0u);
+  EXPECT_STREQ(host.reader->defaultFont.name, "X");
   EXPECT_EQ(host.services.stats().liveBlocks, 0u);
 }
 
 TEST(TypefaceTest, NamesBeyondTheSlotsAreReadOverToTheEndLine) {
   std::string text = "TYPEFACE TABLE\n";
   for (int i = 0; i < 300; ++i) text += "Font" + std::to_string(i) + "\n";
-  text += "END TYPEFACE TABLE\nnext\n";
-  PrologueHost host(text);
-  host.skipLine();
-  ASSERT_EQ(wzFont(host.reader.get()), 1);
+  PrologueHost host(text + "END TYPEFACE TABLE\nnext\n");
+  ASSERT_EQ(host.section(wzFont), 1);
   EXPECT_EQ(host.reader->typefaceCount, 255u);
   EXPECT_STREQ(wzTypefaceName(host.reader.get(), 254), "Font254");
-  EXPECT_EQ(wzTypefaceName(host.reader.get(), 255), nullptr);
   EXPECT_EQ(host.nextLine(), "next");
-}
-
-TEST(TypefaceTest, LongFirstNameIsCutForTheDefaultFont) {
-  const std::string longName(150, 'n');
-  PrologueHost host(joinLines({"TYPEFACE TABLE", longName, "END TYPEFACE TABLE"}));
-  host.skipLine();
-  ASSERT_EQ(wzFont(host.reader.get()), 1);
-  EXPECT_EQ(std::string(wzTypefaceName(host.reader.get(), 0)), longName);
-  EXPECT_EQ(std::string(host.reader->defaultFont.name), std::string(31, 'n'));
 }
 
 TEST(TypefaceTest, InputEndingInsideTheTable) {
   struct Case {
     const char* text;
-    uint32_t count;
-    const char* fontName;
-  } cases[] = {
-      // The first line is taken as read, even an empty one at the end.
-      {"TYPEFACE TABLE\n", 1, ""},
-      {"TYPEFACE TABLE\nCourier", 1, "Courier"},
-      {"TYPEFACE TABLE\nCourier\n", 1, "Courier"},
-      {"TYPEFACE TABLE\nCourier\nHelvetica\nEND TYPE", 2, "Courier"},
-  };
+    std::vector<std::string> names;
+  } cases[] = {// The first line is taken as read, even an empty one at the end.
+               {"TYPEFACE TABLE\n", {""}},
+               {"TYPEFACE TABLE\nCourier", {"Courier"}},
+               {"TYPEFACE TABLE\nCourier\n", {"Courier"}},
+               {"TYPEFACE TABLE\nCourier\nHelvetica\nEND TYPE", {"Courier", "Helvetica"}}};
   for (const Case& c : cases) {
-    PrologueHost host(c.text);
-    presetTimes(host.reader.get());
-    host.skipLine();
-    EXPECT_EQ(wzFont(host.reader.get()), 0) << c.text;
-    EXPECT_EQ(host.reader->typefaceCount, c.count) << c.text;
-    EXPECT_STREQ(host.reader->defaultFont.name, c.fontName) << c.text;
+    SCOPED_TRACE(c.text);
+    TypefaceHost host(c.text);
+    EXPECT_EQ(host.section(wzFont), 0);
+    EXPECT_EQ(host.names(), c.names);
+    EXPECT_EQ(host.reader->defaultFont.name, c.names.front());
   }
 }
 
 TEST(TypefaceTest, FailedAllocationStopsAtOnce) {
   for (uint64_t failing = 1; failing <= 3; ++failing) {
-    PrologueHost host(joinLines({"TYPEFACE TABLE", "A", "B", "C", "END TYPEFACE TABLE"}));
-    presetTimes(host.reader.get());
-    host.skipLine();
+    SCOPED_TRACE(failing);
+    TypefaceHost host(joinLines({"TYPEFACE TABLE", "A", "B", "C", "END TYPEFACE TABLE"}));
     host.services.failAllocation(failing);
-    EXPECT_EQ(wzFont(host.reader.get()), 0) << failing;
+    EXPECT_EQ(host.section(wzFont), 0);
     // Neither the count nor the default font's name is set.
-    EXPECT_EQ(host.reader->typefaceCount, 0u) << failing;
-    EXPECT_STREQ(host.reader->defaultFont.name, "Times") << failing;
-    EXPECT_EQ(host.services.stats().liveBlocks, failing - 1) << failing;
+    EXPECT_EQ(host.reader->typefaceCount, 0u);
+    EXPECT_STREQ(host.reader->defaultFont.name, "Times");
+    EXPECT_EQ(host.services.stats().liveBlocks, failing - 1);
   }
-}
-
-TEST(TypefaceTest, FailedAllocationInASecondTableKeepsEveryCountedName) {
-  PrologueHost host(joinLines({"TYPEFACE TABLE", "A", "B", "C", "END TYPEFACE TABLE",
+  // In a second table, every name counted by the first stays reachable.
+  TypefaceHost host(joinLines({"TYPEFACE TABLE", "A", "B", "C", "END TYPEFACE TABLE",
                                "TYPEFACE TABLE", "X", "Y", "END TYPEFACE TABLE"}));
-  WorkbookReader* reader = host.reader.get();
-  host.skipLine();
-  ASSERT_EQ(wzFont(reader), 1);
-  host.skipLine();
+  ASSERT_EQ(host.section(wzFont), 1);
   host.services.failAllocation(host.services.stats().allocations + 2);
-  EXPECT_EQ(wzFont(reader), 0);
-  EXPECT_EQ(reader->typefaceCount, 3u);
-  EXPECT_STREQ(wzTypefaceName(reader, 0), "X");
-  EXPECT_STREQ(wzTypefaceName(reader, 1), "B");
-  EXPECT_STREQ(wzTypefaceName(reader, 2), "C");
-}
-
-TEST(TypefaceTest, NameLookupBounds) {
-  PrologueHost host(joinLines({"TYPEFACE TABLE", "A", "B", "END TYPEFACE TABLE"}));
-  host.skipLine();
-  ASSERT_EQ(wzFont(host.reader.get()), 1);
-  for (int32_t n : {-1, 2, 254, 255, 1000, INT32_MAX, INT32_MIN})
-    EXPECT_EQ(wzTypefaceName(host.reader.get(), n), nullptr) << n;
+  EXPECT_EQ(host.section(wzFont), 0);
+  EXPECT_EQ(host.names(), (std::vector<std::string>{"X", "B", "C"}));
 }
 
 }  // namespace
