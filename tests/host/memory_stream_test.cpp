@@ -29,6 +29,11 @@ TEST(MemoryStreamTest, ReadsSeeksAndCountsEveryCall) {
   EXPECT_EQ(calls.seeks, 4u);
   EXPECT_EQ(calls.tells, 1u);
   EXPECT_EQ(calls.closes, 1u);
+
+  // A host may leave the Close slot empty.
+  memory.dropCloseSlot();
+  EXPECT_EQ(s->Close, nullptr);
+  EXPECT_NE(s->Read, nullptr);
 }
 
 TEST(MemoryStreamTest, FailedOpenIsCountedAndKeepsThePosition) {
@@ -44,53 +49,36 @@ TEST(MemoryStreamTest, FailedOpenIsCountedAndKeepsThePosition) {
   EXPECT_EQ(memory.calls().opens, 2u);
 }
 
-struct InjectionCase {
-  const char* name;
-  bool failSeeks;  // else reads
-  uint64_t failing;
-};
-
-class MemoryStreamInjectionTest : public testing::TestWithParam<InjectionCase> {};
-
-TEST_P(MemoryStreamInjectionTest, FailsExactlyTheNthCallAndNoOther) {
-  const InjectionCase& c = GetParam();
-  MemoryStream memory("0123456789");
-  StreamInterface* s = memory.get();
-  if (c.failSeeks)
-    memory.failSeek(c.failing);
-  else
-    memory.failRead(c.failing);
-  ASSERT_EQ(s->Open(s), 1);
-  for (uint64_t call = 1; call <= 6; ++call) {
-    const uint32_t before = memory.position();
-    int result;
+TEST(MemoryStreamTest, FailsExactlyTheNthSeekOrReadAndNoOther) {
+  struct Case {
+    const char* name;
+    bool failSeeks;  // else reads
+    uint64_t failing;
+  } cases[] = {{"firstSeek", true, 1},
+               {"fourthSeek", true, 4},
+               {"firstRead", false, 1},
+               {"sixthRead", false, 6}};
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    MemoryStream memory("0123456789");
+    StreamInterface* s = memory.get();
     if (c.failSeeks) {
-      result = s->Seek(s, static_cast<int32_t>(call), 0);
+      memory.failSeek(c.failing);
     } else {
-      char byte = 0;
-      result = s->Read(s, &byte, 1);
+      memory.failRead(c.failing);
     }
-    if (call == c.failing) {
-      EXPECT_EQ(result, 0) << "call " << call;
-      EXPECT_EQ(memory.position(), before) << "a failed call moves nothing";
-    } else {
-      EXPECT_EQ(result, 1) << "call " << call;
+    ASSERT_EQ(s->Open(s), 1);
+    for (uint64_t call = 1; call <= 6; ++call) {
+      const uint32_t before = memory.position();
+      char byte = 0;
+      const int result =
+          c.failSeeks ? s->Seek(s, static_cast<int32_t>(call), 0) : s->Read(s, &byte, 1);
+      EXPECT_EQ(result, call == c.failing ? 0 : 1) << "call " << call;
+      if (call == c.failing) {
+        EXPECT_EQ(memory.position(), before) << "a failed call moves nothing";
+      }
     }
   }
-}
-
-INSTANTIATE_TEST_SUITE_P(Calls, MemoryStreamInjectionTest,
-                         testing::Values(InjectionCase{"firstSeek", true, 1},
-                                         InjectionCase{"fourthSeek", true, 4},
-                                         InjectionCase{"firstRead", false, 1},
-                                         InjectionCase{"sixthRead", false, 6}),
-                         [](const auto& info) { return info.param.name; });
-
-TEST(MemoryStreamTest, CloseSlotCanBeDroppedLikeAHostMay) {
-  MemoryStream memory("x");
-  memory.dropCloseSlot();
-  EXPECT_EQ(memory.get()->Close, nullptr);
-  EXPECT_NE(memory.get()->Read, nullptr);
 }
 
 }  // namespace

@@ -17,6 +17,7 @@ struct Memory {
   void* calloc(uint32_t count, uint32_t size) { return a->Calloc(a, count, size); }
   void* realloc(void* block, uint32_t size) { return a->Realloc(a, block, size); }
   void free(void* block) { a->Free(a, block); }
+  const AllocationStats& stats() const { return services.stats(); }
 };
 
 TEST(ServicesTest, CountsLiveBlocksBytesAndPeak) {
@@ -25,21 +26,21 @@ TEST(ServicesTest, CountsLiveBlocksBytesAndPeak) {
   void* second = m.calloc(10, 30);
   ASSERT_NE(first, nullptr);
   ASSERT_NE(second, nullptr);
-  EXPECT_EQ(m.services.stats().liveBlocks, 2u);
-  EXPECT_EQ(m.services.stats().liveBytes, 400u);
+  EXPECT_EQ(m.stats().liveBlocks, 2u);
+  EXPECT_EQ(m.stats().liveBytes, 400u);
   m.free(first);
-  EXPECT_EQ(m.services.stats().liveBlocks, 1u);
-  EXPECT_EQ(m.services.stats().liveBytes, 300u);
-  EXPECT_EQ(m.services.stats().peakBytes, 400u);
+  EXPECT_EQ(m.stats().liveBlocks, 1u);
+  EXPECT_EQ(m.stats().liveBytes, 300u);
+  EXPECT_EQ(m.stats().peakBytes, 400u);
   second = m.realloc(second, 1000);
   ASSERT_NE(second, nullptr);
-  EXPECT_EQ(m.services.stats().liveBytes, 1000u);
-  EXPECT_EQ(m.services.stats().peakBytes, 1000u);
+  EXPECT_EQ(m.stats().liveBytes, 1000u);
+  EXPECT_EQ(m.stats().peakBytes, 1000u);
   m.free(second);
   m.free(nullptr);
-  EXPECT_EQ(m.services.stats().liveBlocks, 0u);
-  EXPECT_EQ(m.services.stats().liveBytes, 0u);
-  EXPECT_EQ(m.services.stats().allocations, 3u);
+  EXPECT_EQ(m.stats().liveBlocks, 0u);
+  EXPECT_EQ(m.stats().liveBytes, 0u);
+  EXPECT_EQ(m.stats().allocations, 3u);
 }
 
 TEST(ServicesTest, CallocZeroesAndReallocKeepsTheContents) {
@@ -57,42 +58,39 @@ TEST(ServicesTest, CallocZeroesAndReallocKeepsTheContents) {
   m.free(shrunk);
   void* fresh = m.realloc(nullptr, 16);  // Realloc of null allocates
   EXPECT_NE(fresh, nullptr);
-  EXPECT_EQ(m.services.stats().liveBlocks, 1u);
+  EXPECT_EQ(m.stats().liveBlocks, 1u);
   m.free(fresh);
 }
 
 TEST(ServicesTest, FailAllocationFailsExactlyTheNthCallOfAnyKind) {
-  // Call 1 makes the block that call 4 resizes; calls 2 to 6 are one of each kind.
+  // Call 1 makes the block that call 4 resizes; calls 2 to 6 are one of each
+  // kind. A refused Realloc keeps the old block and its contents.
   for (uint64_t failing = 2; failing <= 6; ++failing) {
+    SCOPED_TRACE(failing);
     Memory m;
     m.services.failAllocation(failing);
-    void* base = m.alloc(4);
+    auto* base = static_cast<char*>(m.alloc(6));
     ASSERT_NE(base, nullptr);
+    std::memcpy(base, "stays", 6);
     void* results[5] = {};
     results[0] = m.alloc(8);
     results[1] = m.calloc(2, 8);
+    const uint64_t bytesBefore = m.stats().liveBytes;
     results[2] = m.realloc(base, 64);
-    if (results[2] != nullptr) base = nullptr;  // moved into the result
+    if (results[2] != nullptr) {
+      base = nullptr;  // moved into the result
+    } else {
+      EXPECT_STREQ(base, "stays");
+      EXPECT_EQ(m.stats().liveBytes, bytesBefore);
+    }
     results[3] = m.realloc(nullptr, 8);
     results[4] = m.alloc(8);
-    for (uint64_t i = 0; i < 5; ++i)
-      EXPECT_EQ(results[i] == nullptr, i + 2 == failing) << "failing " << failing << " call " << i + 2;
+    for (uint64_t i = 0; i < 5; ++i) EXPECT_EQ(results[i] == nullptr, i + 2 == failing) << i + 2;
     for (void* r : results) m.free(r);
     m.free(base);
-    EXPECT_EQ(m.services.stats().liveBlocks, 0u) << "failing " << failing;
-    EXPECT_EQ(m.services.stats().allocations, 6u);
+    EXPECT_EQ(m.stats().liveBlocks, 0u);
+    EXPECT_EQ(m.stats().allocations, 6u);
   }
-}
-
-TEST(ServicesTest, RefusedReallocKeepsTheOldBlock) {
-  Memory m;
-  auto* block = static_cast<char*>(m.alloc(6));
-  std::memcpy(block, "stays", 6);
-  m.services.failAllocation(2);
-  EXPECT_EQ(m.realloc(block, 600), nullptr);
-  EXPECT_STREQ(block, "stays");
-  EXPECT_EQ(m.services.stats().liveBytes, 6u);
-  m.free(block);
 }
 
 TEST(ServicesTest, OpenFileResolvesRelativePathsAgainstTheBaseFolder) {
@@ -109,8 +107,8 @@ TEST(ServicesTest, OpenFileResolvesRelativePathsAgainstTheBaseFolder) {
   h->OpenFile(h, "/abs/chart.txt", "rb");
   h->OpenFile(h, "", "rb");
   EXPECT_EQ(h->OpenFile(h, nullptr, "rb"), nullptr);
-  EXPECT_EQ(opened, (std::vector<std::string>{"chart.txt", "/data/books/chart.txt",
-                                              "/abs/chart.txt", ""}));
+  EXPECT_EQ(opened,
+            (std::vector<std::string>{"chart.txt", "/data/books/chart.txt", "/abs/chart.txt", ""}));
 }
 
 TEST(ServicesTest, DefaultOpenerGivesAReleasableFileStreamOrNull) {
