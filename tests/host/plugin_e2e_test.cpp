@@ -34,18 +34,19 @@ const Plugin& plugin() {
 // Checks the order of items and reads every object's drawing.
 struct OrderChecker : SheetVisitor {
   std::vector<std::string> problems;
-  uint64_t items = 0, cells = 0, objects = 0, drawingLines = 0;
+  uint64_t cells = 0, objects = 0;
   uint64_t drawingStreams = 0;  // the plug-in's own streams (they have a line filter)
-  size_t index = 0;  // within the sheet
-  int phase = 0;     // 0 runs, 1 objects, 2 cells: items never go back
+  size_t index = 0;             // within the sheet
+  int phase = 0;                // 0 runs, 1 objects, 2 cells: items never go back
 
   void beginSheet(const SheetInfo&) override { index = 0, phase = 0; }
   bool item(const SheetInfo& sheet, Item& item) override {
-    ++items;
-    const std::string where = "sheet " + std::to_string(sheet.number) + " item " +
-                              std::to_string(index);
-    if (index == 0 && !std::holds_alternative<Settings>(item)) problems.push_back(where + ": not settings");
-    if (index == 1 && !std::holds_alternative<Option>(item)) problems.push_back(where + ": not option");
+    const std::string where =
+        "sheet " + std::to_string(sheet.number) + " item " + std::to_string(index);
+    if (index == 0 && !std::holds_alternative<Settings>(item))
+      problems.push_back(where + ": not settings");
+    if (index == 1 && !std::holds_alternative<Option>(item))
+      problems.push_back(where + ": not option");
     int itemPhase = 0;
     if (auto* object = std::get_if<Object>(&item)) {
       itemPhase = 1;
@@ -53,8 +54,8 @@ struct OrderChecker : SheetVisitor {
       if (!object->hasDescriptor) problems.push_back(where + ": object without descriptor");
       if (StreamInterface* content = object->content.stream()) {
         if (content->FilterLine != nullptr) ++drawingStreams;
-        const bool read = readContentLines(content, [this](std::string_view, bool) { ++drawingLines; });
-        if (!read) problems.push_back(where + ": drawing cannot be opened");
+        if (!readContentLines(content, [](std::string_view, bool) {}))
+          problems.push_back(where + ": drawing cannot be opened");
       }
     } else if (auto* cell = std::get_if<Cell>(&item)) {
       itemPhase = 2;
@@ -91,8 +92,10 @@ Walked walk(const std::string& path, WalkOptions options = {}, uint64_t failAllo
     Walker walker(plugin().table(), file->get(), services.get(), options);
     auto sheets = walker.open();
     result.opened = static_cast<bool>(sheets);
-    if (!sheets) result.error = sheets.error().message;
-    else if (auto all = walker.walkAll(result.checker); !all) result.error = all.error().message;
+    if (!sheets)
+      result.error = sheets.error().message;
+    else if (auto all = walker.walkAll(result.checker); !all)
+      result.error = all.error().message;
   }
   result.allocations = services.stats().allocations;
   result.liveAfterwards = services.stats().liveBlocks;
@@ -138,8 +141,10 @@ TEST_P(SampleTest, EveryFailedAllocationEndsCleanly) {
 INSTANTIATE_TEST_SUITE_P(Samples, SampleTest, testing::ValuesIn(samples()),
                          [](const testing::TestParamInfo<std::string>& info) {
                            std::string name = std::filesystem::path(info.param).stem().string();
-                           std::replace_if(name.begin(), name.end(),
-                                           [](char c) { return !std::isalnum(static_cast<unsigned char>(c)); }, '_');
+                           std::replace_if(
+                               name.begin(), name.end(),
+                               [](char c) { return !std::isalnum(static_cast<unsigned char>(c)); },
+                               '_');
                            return name;
                          });
 
