@@ -16,9 +16,9 @@ namespace {
 // A drawing of 251 bytes, so chunks of 100 end with a short one.
 std::string longDrawing() {
   std::string drawing = "*BEGIN GRAPHICS VERSION=120\n";  // 28 bytes
-  drawing += "KD_PAGESIZE 0 0 288 216\n";             // 24
-  drawing += std::string(184, 'x') + "\n";            // 185
-  drawing += "*END GRAPHICS\n";                       // 14
+  drawing += "KD_PAGESIZE 0 0 288 216\n";                 // 24
+  drawing += std::string(184, 'x') + "\n";                // 185
+  drawing += "*END GRAPHICS\n";                           // 14
   return drawing;
 }
 
@@ -33,11 +33,8 @@ struct StreamHandle {
 class ObjectStreamTest : public testing::Test {
  protected:
   void SetUp() override {
-    ObjectBlock first;
-    first.drawing = longDrawing();
-    ObjectBlock second;
-    second.sizeLines = {"Object Source Height : 2in"};
-    text_ = "header line\n" + blockText(first) + blockText(second);
+    text_ = "header line\n" +
+            blocksText({{.drawing = longDrawing()}, {.sizeLines = {"Object Source Height : 2in"}}});
     book_ = std::make_unique<ObjectWorkbook>(text_);
     ASSERT_TRUE(book_->index());
     ASSERT_EQ(book_->reader.objectEntryCount, 2u);
@@ -68,15 +65,22 @@ class ObjectStreamTest : public testing::Test {
   StreamInterface* stream_ = nullptr;
 };
 
+// A stream made for the second block, with a host context set on the
+// document stream: every field as the host expects, nothing read.
 TEST_F(ObjectStreamTest, NewStreamLayout) {
-  const StreamInterface& s = *stream_;
+  int marker = 0;
+  book_->stream.get()->hostContext = &marker;
+  const uint64_t liveBlocks = book_->services.stats().liveBlocks;
+  const uint64_t liveBytes = book_->services.stats().liveBytes;
+  StreamInterface* made = wzMakeObjectStream(&book_->sheet, 1);
+  ASSERT_NE(made, nullptr);
+  const StreamInterface& s = *made;
   EXPECT_EQ(s.streamKind, 3u);
   EXPECT_EQ(s.reserved4, 0u);
-  EXPECT_EQ(s.streamLength, 251u);
-  EXPECT_EQ(s.streamLength, book_->reader.objects[0].drawingLength);
+  EXPECT_EQ(s.streamLength, book_->reader.objects[1].drawingLength);
   EXPECT_EQ(s.privateA, &book_->sheet);
-  EXPECT_EQ(reinterpret_cast<uintptr_t>(s.privateB), 0u);
-  EXPECT_EQ(s.hostContext, book_->stream.get()->hostContext);
+  EXPECT_EQ(reinterpret_cast<uintptr_t>(s.privateB), 1u);
+  EXPECT_EQ(s.hostContext, &marker);
   EXPECT_EQ(s.reserved24, nullptr);
   EXPECT_EQ(s.reserved28, nullptr);
   EXPECT_EQ(s.reserved40, nullptr);
@@ -85,18 +89,15 @@ TEST_F(ObjectStreamTest, NewStreamLayout) {
   // Measuring it left the read state closed and the document stream at 0.
   EXPECT_EQ(book_->sheet.objectStreamOpen, 0u);
   EXPECT_EQ(book_->stream.position(), 0u);
-}
-
-TEST_F(ObjectStreamTest, HostContextIsCopiedFromTheDocumentStream) {
-  int marker = 0;
-  book_->stream.get()->hostContext = &marker;
-  StreamHandle other{wzMakeObjectStream(&book_->sheet, 1)};
-  ASSERT_NE(other.stream, nullptr);
-  EXPECT_EQ(other.stream->hostContext, &marker);
-  EXPECT_EQ(reinterpret_cast<uintptr_t>(other.stream->privateB), 1u);
+  // One block of at least the record; Release returns it.
+  EXPECT_EQ(book_->services.stats().liveBlocks, liveBlocks + 1);
+  EXPECT_GE(book_->services.stats().liveBytes - liveBytes, sizeof(StreamInterface));
+  made->Release(made);
+  EXPECT_EQ(book_->services.stats().liveBlocks, liveBlocks);
 }
 
 TEST_F(ObjectStreamTest, ChunksOf100DeliverTheWholeDrawing) {
+  EXPECT_EQ(stream_->streamLength, 251u);
   ASSERT_EQ(stream_->Open(stream_), 1);
   std::string all;
   std::vector<size_t> chunks;
@@ -114,43 +115,36 @@ TEST_F(ObjectStreamTest, ChunksOf100DeliverTheWholeDrawing) {
   EXPECT_EQ(stream_->Tell(stream_), 251u);
 }
 
-TEST_F(ObjectStreamTest, ReadBeforeOpenAndAfterCloseReadsNothing) {
+TEST_F(ObjectStreamTest, ReadsOnlyWhileOpenAndOpenRestarts) {
   char buffer[16];
   std::memset(buffer, '#', sizeof(buffer));
   const uint64_t reads = book_->stream.calls().reads;
   EXPECT_EQ(stream_->Read(stream_, buffer, sizeof(buffer)), 0);
   ASSERT_EQ(stream_->Open(stream_), 1);
-  EXPECT_EQ(read(5), "*BEGI");
-  EXPECT_EQ(stream_->Close(stream_), 1);
-  EXPECT_EQ(stream_->Read(stream_, buffer, sizeof(buffer)), 0);
-  EXPECT_EQ(buffer[0], '#');
-  EXPECT_EQ(book_->stream.calls().reads, reads + 1);
-}
-
-TEST_F(ObjectStreamTest, NegativeOrZeroCountReadsNothing) {
-  ASSERT_EQ(stream_->Open(stream_), 1);
-  char buffer[4] = {'#', '#', '#', '#'};
   EXPECT_EQ(stream_->Read(stream_, buffer, -1), 0);
   EXPECT_EQ(stream_->Read(stream_, buffer, 0), 0);
-  EXPECT_EQ(buffer[0], '#');
   EXPECT_EQ(stream_->Tell(stream_), 0u);
+  EXPECT_EQ(read(5), "*BEGI");
+  ASSERT_EQ(stream_->Open(stream_), 1);
+  EXPECT_EQ(stream_->Tell(stream_), 0u);
+  EXPECT_EQ(read(8), "*BEGIN G");
+  EXPECT_EQ(stream_->Close(stream_), 1);
+  std::memset(buffer, '#', sizeof(buffer));
+  EXPECT_EQ(stream_->Read(stream_, buffer, sizeof(buffer)), 0);
+  EXPECT_EQ(buffer[0], '#');
+  EXPECT_EQ(book_->stream.calls().reads, reads + 2);
 }
 
-TEST_F(ObjectStreamTest, ReadsStayRightWhenTheDocumentStreamMoves) {
+TEST_F(ObjectStreamTest, SeeksTheDocumentStreamOnlyWhenItMoved) {
   ASSERT_EQ(stream_->Open(stream_), 1);
-  const std::string first = read(30);
+  const std::string first = read(10);
+  const uint64_t seeks = book_->stream.calls().seeks;
+  const std::string second = read(10);
+  EXPECT_EQ(book_->stream.calls().seeks, seeks);
   // The pump moves the shared stream between two reads.
   book_->stream.get()->Seek(book_->stream.get(), 3, 0);
-  const std::string second = read(30);
-  EXPECT_EQ(first + second, drawing(0).substr(0, 60));
-}
-
-TEST_F(ObjectStreamTest, UnmovedDocumentStreamIsNotSoughtAgain) {
-  ASSERT_EQ(stream_->Open(stream_), 1);
-  read(10);
-  const uint64_t seeks = book_->stream.calls().seeks;
-  read(10);
-  EXPECT_EQ(book_->stream.calls().seeks, seeks);
+  const std::string third = read(30);
+  EXPECT_EQ(first + second + third, drawing(0).substr(0, 50));
 }
 
 TEST_F(ObjectStreamTest, CloseRewindsTheDocumentStreamAndReportsIt) {
@@ -164,14 +158,6 @@ TEST_F(ObjectStreamTest, CloseRewindsTheDocumentStreamAndReportsIt) {
   EXPECT_EQ(stream_->Close(stream_), 0);
 }
 
-TEST_F(ObjectStreamTest, OpenRestartsAtTheDrawingsStart) {
-  ASSERT_EQ(stream_->Open(stream_), 1);
-  read(40);
-  ASSERT_EQ(stream_->Open(stream_), 1);
-  EXPECT_EQ(stream_->Tell(stream_), 0u);
-  EXPECT_EQ(read(8), "*BEGIN G");
-}
-
 struct SeekCase {
   const char* name;
   int32_t offset;
@@ -180,39 +166,35 @@ struct SeekCase {
   int64_t tell;  // after the seek, from offset 50; -1 for the drawing's length
 };
 
-class ObjectStreamSeek : public ObjectStreamTest, public testing::WithParamInterface<SeekCase> {};
-
-TEST_P(ObjectStreamSeek, MovesWithinTheDrawingOrRefuses) {
-  const SeekCase& c = GetParam();
-  ASSERT_EQ(stream_->Open(stream_), 1);
-  ASSERT_EQ(stream_->Seek(stream_, 50, 0), 1);
-  const uint32_t length = stream_->streamLength;
-  EXPECT_EQ(stream_->Seek(stream_, c.offset, c.whence), c.result);
-  const uint32_t expected = c.tell < 0 ? length : static_cast<uint32_t>(c.tell);
-  EXPECT_EQ(stream_->Tell(stream_), expected);
-  // The next read starts at the new offset and ends at the drawing's end.
-  const std::string rest = read(1000);
-  EXPECT_EQ(rest, drawing(0).substr(expected));
+TEST_F(ObjectStreamTest, SeekMovesWithinTheDrawingOrRefuses) {
+  const SeekCase cases[] = {
+      {"EndOfDrawing", 0, 2, 1, -1},
+      {"BackTenFromCurrent", -10, 1, 1, 40},
+      {"ForwardFromCurrent", 7, 1, 1, 57},
+      {"FromStart", 5, 0, 1, 5},
+      {"Start", 0, 0, 1, 0},
+      {"BackFromEnd", -51, 2, 1, 200},
+      {"WholeLengthBackFromEnd", -251, 2, 1, 0},
+      {"EndFromStart", 251, 0, 1, 251},
+      {"PastEndFromStartRefused", 252, 0, 0, 50},
+      {"PastEndFromEndRefused", 1, 2, 0, 50},
+      {"BeforeStartFromCurrentRefused", -51, 1, 0, 50},
+      {"BeforeStartFromEndRefused", -252, 2, 0, 50},
+      {"NegativeFromStartRefused", -1, 0, 0, 50},
+      {"UnknownWhenceRefused", 0, 3, 0, 50},
+      {"NegativeWhenceRefused", 0, -1, 0, 50},
+  };
+  for (const SeekCase& c : cases) {
+    SCOPED_TRACE(c.name);
+    ASSERT_EQ(stream_->Open(stream_), 1);
+    ASSERT_EQ(stream_->Seek(stream_, 50, 0), 1);
+    EXPECT_EQ(stream_->Seek(stream_, c.offset, c.whence), c.result);
+    const uint32_t expected = c.tell < 0 ? stream_->streamLength : static_cast<uint32_t>(c.tell);
+    EXPECT_EQ(stream_->Tell(stream_), expected);
+    // The next read starts at the new offset and ends at the drawing's end.
+    EXPECT_EQ(read(1000), drawing(0).substr(expected));
+  }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    ObjectStream, ObjectStreamSeek,
-    testing::Values(SeekCase{"EndOfDrawing", 0, 2, 1, -1},
-                    SeekCase{"BackTenFromCurrent", -10, 1, 1, 40},
-                    SeekCase{"ForwardFromCurrent", 7, 1, 1, 57},
-                    SeekCase{"FromStart", 5, 0, 1, 5},
-                    SeekCase{"Start", 0, 0, 1, 0},
-                    SeekCase{"BackFromEnd", -51, 2, 1, 200},
-                    SeekCase{"WholeLengthBackFromEnd", -251, 2, 1, 0},
-                    SeekCase{"EndFromStart", 251, 0, 1, 251},
-                    SeekCase{"PastEndFromStartRefused", 252, 0, 0, 50},
-                    SeekCase{"PastEndFromEndRefused", 1, 2, 0, 50},
-                    SeekCase{"BeforeStartFromCurrentRefused", -51, 1, 0, 50},
-                    SeekCase{"BeforeStartFromEndRefused", -252, 2, 0, 50},
-                    SeekCase{"NegativeFromStartRefused", -1, 0, 0, 50},
-                    SeekCase{"UnknownWhenceRefused", 0, 3, 0, 50},
-                    SeekCase{"NegativeWhenceRefused", 0, -1, 0, 50}),
-    [](const testing::TestParamInfo<SeekCase>& info) { return info.param.name; });
 
 TEST_F(ObjectStreamTest, SeekBeforeAnyOpenIsRefused) {
   // A sheet whose streams were never opened has no entry to seek in.
@@ -220,14 +202,17 @@ TEST_F(ObjectStreamTest, SeekBeforeAnyOpenIsRefused) {
   EXPECT_EQ(stream_->Seek(stream_, 0, 0), 0);
 }
 
+// The sheet keeps one read state: opening a stream binds it to that
+// stream's drawing and size text, whichever stream then reads or filters.
 TEST_F(ObjectStreamTest, OpeningAnotherStreamRebindsTheReadState) {
   StreamHandle other{wzMakeObjectStream(&book_->sheet, 1)};
   ASSERT_NE(other.stream, nullptr);
   ASSERT_EQ(stream_->Open(stream_), 1);
   ASSERT_EQ(other.stream->Open(other.stream), 1);
-  // Reading through the first stream now reads the second's drawing.
-  EXPECT_EQ(read(1000), drawing(1));
   EXPECT_EQ(book_->sheet.objectStreamEntry, &book_->reader.objects[1]);
+  EXPECT_EQ(read(1000), drawing(1));
+  char line[WZSS_FILTER_LINE_MIN] = "KD_PAGESIZE 1 2";
+  EXPECT_STREQ(stream_->FilterLine(stream_, line, 2), "H2in");
 }
 
 TEST_F(ObjectStreamTest, OpenWithoutObjectArrayFails) {
@@ -245,64 +230,38 @@ struct FilterCase {
   const char* expected;  // null: unchanged
 };
 
-class ObjectStreamFilter : public ObjectStreamTest,
-                           public testing::WithParamInterface<FilterCase> {};
-
-TEST_P(ObjectStreamFilter, ReplacesOnlyThePageSizeLineInMode2) {
-  const FilterCase& c = GetParam();
+TEST_F(ObjectStreamTest, FilterReplacesOnlyThePageSizeLineInMode2) {
+  const FilterCase cases[] = {
+      {"UpperCase", 2, "KD_PAGESIZE 0 0 288 216", "W4.00inH3.00in"},
+      {"LowerCase", 2, "kd_pagesize 0 0 288 216", "W4.00inH3.00in"},
+      {"KeywordAlone", 2, "KD_PAGESIZE", "W4.00inH3.00in"},
+      {"Mode1", 1, "KD_PAGESIZE 0 0 288 216", nullptr},
+      {"Mode0", 0, "kd_pagesize 1", nullptr},
+      {"OtherLine", 2, "KD_LINE 10 10 100 80", nullptr},
+      {"KeywordCut", 2, "KD_PAGESIZ", nullptr},
+      {"LeadingBlank", 2, " KD_PAGESIZE 1", nullptr},
+      {"EmptyLine", 2, "", nullptr},
+  };
   ASSERT_EQ(stream_->Open(stream_), 1);
-  // A heap buffer of exactly the documented minimum, so an overrun shows.
-  std::vector<char> line(WZSS_FILTER_LINE_MIN, '\0');
-  std::strncpy(line.data(), c.line, line.size() - 1);
-  char* result = stream_->FilterLine(stream_, line.data(), c.mode);
-  EXPECT_EQ(result, line.data());
-  EXPECT_STREQ(line.data(), c.expected != nullptr ? c.expected : c.line);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    ObjectStream, ObjectStreamFilter,
-    testing::Values(FilterCase{"UpperCase", 2, "KD_PAGESIZE 0 0 288 216", "W4.00inH3.00in"},
-                    FilterCase{"LowerCase", 2, "kd_pagesize 0 0 288 216", "W4.00inH3.00in"},
-                    FilterCase{"KeywordAlone", 2, "KD_PAGESIZE", "W4.00inH3.00in"},
-                    FilterCase{"Mode1", 1, "KD_PAGESIZE 0 0 288 216", nullptr},
-                    FilterCase{"Mode0", 0, "kd_pagesize 1", nullptr},
-                    FilterCase{"OtherLine", 2, "KD_LINE 10 10 100 80", nullptr},
-                    FilterCase{"KeywordCut", 2, "KD_PAGESIZ", nullptr},
-                    FilterCase{"LeadingBlank", 2, " KD_PAGESIZE 1", nullptr},
-                    FilterCase{"EmptyLine", 2, "", nullptr}),
-    [](const testing::TestParamInfo<FilterCase>& info) { return info.param.name; });
-
-TEST_F(ObjectStreamTest, FilterUsesTheSizeTextOfTheStreamOpenedLast) {
-  StreamHandle other{wzMakeObjectStream(&book_->sheet, 1)};
-  ASSERT_NE(other.stream, nullptr);
-  ASSERT_EQ(other.stream->Open(other.stream), 1);
-  char line[WZSS_FILTER_LINE_MIN] = "KD_PAGESIZE 1 2";
-  EXPECT_STREQ(stream_->FilterLine(stream_, line, 2), "H2in");
-}
-
-TEST_F(ObjectStreamTest, LongestSizeTextFitsTheMinimumLineBuffer) {
+  for (const FilterCase& c : cases) {
+    SCOPED_TRACE(c.name);
+    // A heap buffer of exactly the documented minimum, so an overrun shows.
+    std::vector<char> line(WZSS_FILTER_LINE_MIN, '\0');
+    std::strncpy(line.data(), c.line, line.size() - 1);
+    EXPECT_EQ(stream_->FilterLine(stream_, line.data(), c.mode), line.data());
+    EXPECT_STREQ(line.data(), c.expected != nullptr ? c.expected : c.line);
+  }
+  // The longest size text fits that buffer too.
   std::memset(book_->reader.objects[0].sizeText, 'S', kSizeTextSize - 1);
   book_->reader.objects[0].sizeText[kSizeTextSize - 1] = '\0';
-  ASSERT_EQ(stream_->Open(stream_), 1);
   std::vector<char> line(WZSS_FILTER_LINE_MIN, '\0');
   std::strcpy(line.data(), "KD_PAGESIZE");
   stream_->FilterLine(stream_, line.data(), 2);
   EXPECT_EQ(std::string(line.data()), std::string(kSizeTextSize - 1, 'S'));
 }
 
-TEST_F(ObjectStreamTest, ReleaseReturnsTheStreamsMemory) {
-  const uint64_t live = book_->services.stats().liveBlocks;
-  StreamInterface* other = wzMakeObjectStream(&book_->sheet, 1);
-  ASSERT_NE(other, nullptr);
-  EXPECT_EQ(book_->services.stats().liveBlocks, live + 1);
-  other->Release(other);
-  EXPECT_EQ(book_->services.stats().liveBlocks, live);
-}
-
-TEST(ObjectStreamMake, NoStreamWithoutDrawingOrMemory) {
-  ObjectBlock noDrawing;
-  noDrawing.drawing.clear();
-  ObjectWorkbook book(blockText(noDrawing) + blockText(ObjectBlock{}));
+TEST(ObjectStreamMake, NoStreamWithoutDrawingEntryOrMemory) {
+  ObjectWorkbook book(blocksText({{.drawing = ""}, {}}));
   ASSERT_TRUE(book.index());
   book.openSheet(1);
   EXPECT_EQ(wzMakeObjectStream(&book.sheet, 0), nullptr);
@@ -311,16 +270,6 @@ TEST(ObjectStreamMake, NoStreamWithoutDrawingOrMemory) {
   EXPECT_EQ(wzMakeObjectStream(&book.sheet, 1), nullptr);
   StreamHandle made{wzMakeObjectStream(&book.sheet, 1)};
   EXPECT_NE(made.stream, nullptr);
-}
-
-TEST(ObjectStreamMake, AllocatesAtLeastTheStreamRecord) {
-  ObjectWorkbook book(blockText(ObjectBlock{}));
-  ASSERT_TRUE(book.index());
-  book.openSheet(1);
-  const uint64_t bytes = book.services.stats().liveBytes;
-  StreamHandle made{wzMakeObjectStream(&book.sheet, 0)};
-  ASSERT_NE(made.stream, nullptr);
-  EXPECT_GE(book.services.stats().liveBytes - bytes, sizeof(StreamInterface));
 }
 
 }  // namespace

@@ -31,6 +31,12 @@ std::string blockText(const ObjectBlock& block) {
   return text;
 }
 
+std::string blocksText(const std::vector<ObjectBlock>& blocks) {
+  std::string text;
+  for (const ObjectBlock& block : blocks) text += blockText(block);
+  return text;
+}
+
 uint32_t offsetOf(const std::string& text, const std::string& needle, int occurrence) {
   size_t at = text.find(needle);
   for (int i = 0; i < occurrence && at != std::string::npos; ++i) at = text.find(needle, at + 1);
@@ -90,16 +96,26 @@ int ObjectWorkbook::next() {
   return result;
 }
 
-std::vector<SheetItem> ObjectWorkbook::deliverAll() {
-  std::vector<SheetItem> items;
+int ObjectWorkbook::deliverFirst(uint32_t sheetFlags) {
+  if (!index()) {
+    ADD_FAILURE() << "indexing failed";
+    return -1;
+  }
+  openSheet(1, sheetFlags);
+  return next();
+}
+
+std::vector<uint32_t> ObjectWorkbook::deliverColumns() {
+  std::vector<uint32_t> columns;
   // Far more rounds than any test sheet has objects: a loop that does not
   // end fails the test instead of hanging it.
   for (int round = 0; round < 1000 && sheet.objectCount > sheet.objectsEmitted; ++round) {
-    sheet.state = kStateObjects;
-    if (next() != 0) items.push_back(item);
+    columns.push_back(next() != 0 ? item.object.topColumn : 0);
+    const bool owed = sheet.objectCount > sheet.objectsEmitted;
+    EXPECT_EQ(sheet.state, owed ? kStateObjects : kStateChoose) << "after call " << round;
   }
   EXPECT_LE(sheet.objectCount, sheet.objectsEmitted) << "the object phase did not end";
-  return items;
+  return columns;
 }
 
 std::vector<ObjectEntry> ObjectWorkbook::entries() const {

@@ -18,7 +18,7 @@ namespace wzss::test {
 struct ObjectBlock {
   std::string type = "Chart";
   std::string plane = "A";
-  std::string path;
+  std::string path{};
   std::string attrs = "Hidden:0, Locked:0, Print:1, Link:0, NoBorder:0";
   std::string top = "A!B2 x = 0.5 y = 0.25";
   std::string bottom = "A!E9 x = 0.0 y = 0.5";
@@ -33,7 +33,11 @@ struct ObjectBlock {
       "*END GRAPHICS\n";
 };
 
+// Attributes of a hidden object, otherwise as the usual block's.
+inline constexpr const char* kHiddenAttrs = "Hidden:1, Locked:0, Print:1, Link:0, NoBorder:0";
+
 std::string blockText(const ObjectBlock& block);
+std::string blocksText(const std::vector<ObjectBlock>& blocks);
 
 // Offset of the occurrence-th (from 0) appearance of needle in text.
 uint32_t offsetOf(const std::string& text, const std::string& needle, int occurrence = 0);
@@ -57,9 +61,13 @@ class ObjectWorkbook {
   // host must: the stream with its Release, the descriptor with Free.
   // Linked content stays the opener's.
   int next();
+  // Indexes the text, opens sheet 1 and makes the first wzDoObject call;
+  // -1 when indexing fails.
+  int deliverFirst(uint32_t sheetFlags = 0);
   // Calls wzDoObject as the pump's object phase does, while the sheet owes
-  // objects, and returns the items delivered.
-  std::vector<SheetItem> deliverAll();
+  // objects: per call the delivered item's top column, 0 for no item. The
+  // phase must stay open exactly while objects are owed.
+  std::vector<uint32_t> deliverColumns();
 
   std::vector<ObjectEntry> entries() const;
 

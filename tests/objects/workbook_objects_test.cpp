@@ -1,6 +1,8 @@
 // Objects through the whole reader: indexed by the first pass, delivered by
 // the pump between the hidden runs and the cells, and read by the host
-// through their streams.
+// through their streams. The reader flag that suppresses object items is the
+// pump's and checked with it; allocation faults over whole walks are swept
+// by the reliability suite.
 #include <gtest/gtest.h>
 
 #include <fstream>
@@ -14,34 +16,23 @@
 namespace wzss::test {
 namespace {
 
-ObjectBlock chartAt(const char* plane, const char* topCell, bool hidden = false) {
-  ObjectBlock b;
-  b.plane = plane;
-  b.top = std::string(plane) + "!" + topCell + " x = 0.5 y = 0.25";
-  b.bottom = std::string(plane) + "!F9 x = 0 y = 1";
-  if (hidden) b.attrs = "Hidden:1, Locked:0, Print:1, Link:0, NoBorder:0";
-  return b;
+ObjectBlock chartAt(const char* plane, const char* topCell, const char* attrs = "") {
+  return {.plane = plane,
+          .attrs = *attrs != '\0' ? attrs : ObjectBlock{}.attrs,
+          .top = std::string(plane) + "!" + topCell + " x = 0.5 y = 0.25",
+          .bottom = std::string(plane) + "!F9 x = 0 y = 1"};
 }
 
 // Two sheets, every row and column visible, one cell on each.
 std::string workbook(const std::vector<ObjectBlock>& blocks) {
-  std::string text = kHeader;
-  for (const ObjectBlock& b : blocks) text += blockText(b);
-  text +=
-      "View Start, Name: #One: ~A\n"
-      "View Rows Visible: rows:1:20\n"
-      "View Columns Visible: cols:A:F\n"
-      "View End,\n"
-      "View Start, Name: #Two: ~B\n"
-      "View Rows Visible: rows:1:20\n"
-      "View Columns Visible: cols:A:F\n"
-      "View End,\n"
-      "Symbols Defaults 0 0 0 0 0 10 0 0 2 3\n"
-      "Bottom right corner : F20\n"
-      "Headers and Footers End\n"
-      "(') A!A1: first\n"
-      "(') B!A1: second\n";
-  return text;
+  std::string text = kHeader + blocksText(blocks);
+  for (const char* letter : {"A", "B"}) {
+    text += std::string("View Start, Name: #") + letter + ": ~" + letter +
+            "\nView Rows Visible: rows:1:20\nView Columns Visible: cols:A:F\nView End,\n";
+  }
+  return text +
+         "Symbols Defaults 0 0 0 0 0 10 0 0 2 3\nBottom right corner : F20\n"
+         "Headers and Footers End\n(') A!A1: first\n(') B!A1: second\n";
 }
 
 std::vector<SheetItem> objectItems(const std::vector<SheetItem>& items) {
@@ -73,33 +64,68 @@ std::string readAll(StreamInterface* content) {
   return bytes;
 }
 
-class WorkbookObjects : public testing::Test {
- protected:
-  // Pumps sheet index of a scanned host, collecting every item.
-  std::vector<SheetItem> pumpSheet(TestHost* host, uint32_t index, uint32_t sheetFlags = 0) {
-    std::vector<SheetItem> items;
-    EXPECT_NE(host->openSheet(index, sheetFlags), nullptr);
-    if (host->sheet != nullptr) host->pumpAll(&items);
-    return items;
-  }
+// Scans host and pumps sheet index, collecting every item.
+std::vector<SheetItem> pumpSheet(TestHost* host, uint32_t index, uint32_t sheetFlags = 0) {
+  std::vector<SheetItem> items;
+  EXPECT_EQ(host->reader != nullptr && host->info.sheets != nullptr ? 1 : host->scan(), 1);
+  EXPECT_NE(host->openSheet(index, sheetFlags), nullptr);
+  if (host->sheet != nullptr) host->pumpAll(&items);
+  return items;
+}
+
+struct SheetCase {
+  const char* name;
+  std::vector<ObjectBlock> blocks;
+  uint32_t sheet;                 // index from 0
+  std::vector<uint32_t> columns;  // top columns of the object items, in order
+  uint32_t sheetFlags = 0;
 };
 
-TEST_F(WorkbookObjects, DeliveredAfterTheHiddenRunsAndBeforeTheCells) {
+// The object phase comes between the hidden runs and the cells: no cell
+// before an object, only cells after the last, and the cells are reached
+// whatever the objects were.
+TEST(WorkbookObjects, EachSheetGetsItsVisibleObjectsBeforeItsCells) {
+  const SheetCase cases[] = {
+      {"FirstSheet", {chartAt("A", "B2"), chartAt("B", "C3")}, 0, {2}},
+      {"SecondSheet", {chartAt("A", "B2"), chartAt("B", "C3"), chartAt("B", "D4")}, 1, {3, 4}},
+      {"HiddenVisibleHidden",
+       {chartAt("A", "B2", kHiddenAttrs), chartAt("A", "C2"), chartAt("A", "D2", kHiddenAttrs)},
+       0,
+       {3}},
+      {"SecondSheetsListedFirst", {chartAt("B", "B2"), chartAt("A", "C2")}, 0, {}},
+      {"SheetFlagLeavesThemWithoutStreams",
+       {chartAt("A", "B2")},
+       0,
+       {2},
+       WZSS_SHEET_NO_OBJECT_STREAMS},
+  };
+  for (const SheetCase& c : cases) {
+    SCOPED_TRACE(c.name);
+    TestHost host(workbook(c.blocks));
+    const std::vector<SheetItem> items = pumpSheet(&host, c.sheet, c.sheetFlags);
+    ASSERT_FALSE(items.empty());
+    std::vector<uint32_t> columns;
+    size_t firstCell = items.size();
+    for (size_t i = 0; i < items.size(); ++i) {
+      if (items[i].itemType == WZSS_ITEM_CELL && firstCell == items.size()) firstCell = i;
+      if (items[i].itemType != WZSS_ITEM_OBJECT) continue;
+      EXPECT_LT(i, firstCell) << "object item " << i << " after a cell";
+      columns.push_back(items[i].object.topColumn);
+      EXPECT_EQ(items[i].object.descriptor->content != nullptr, c.sheetFlags == 0);
+    }
+    EXPECT_EQ(columns, c.columns);
+    for (size_t i = firstCell; i < items.size(); ++i) EXPECT_EQ(items[i].itemType, WZSS_ITEM_CELL);
+    EXPECT_LT(firstCell, items.size());
+    releaseObjects(&host, items);
+  }
+}
+
+TEST(WorkbookObjects, ItemFieldsAndAStreamOverTheBlocksOwnDrawing) {
   const std::string text = workbook({chartAt("A", "B2"), chartAt("B", "C3")});
   TestHost host(text);
-  ASSERT_EQ(host.scan(), 1);
   const std::vector<SheetItem> items = pumpSheet(&host, 0);
   const std::vector<SheetItem> objects = objectItems(items);
   ASSERT_EQ(objects.size(), 1u);
-  size_t objectAt = 0;
-  while (objectAt < items.size() && items[objectAt].itemType != WZSS_ITEM_OBJECT) ++objectAt;
-  for (size_t i = 0; i < items.size(); ++i) {
-    if (i < objectAt) {
-      EXPECT_NE(items[i].itemType, WZSS_ITEM_CELL) << i;
-    } else if (i > objectAt) {
-      EXPECT_EQ(items[i].itemType, WZSS_ITEM_CELL) << i;
-    }
-  }
   const SheetItemObject& o = objects[0].object;
   EXPECT_EQ(o.topColumn, 2u);
   EXPECT_EQ(o.topRow, 2u);
@@ -108,7 +134,6 @@ TEST_F(WorkbookObjects, DeliveredAfterTheHiddenRunsAndBeforeTheCells) {
   EXPECT_EQ(o.topX, 720);
   EXPECT_EQ(o.topY, 64);
   EXPECT_EQ(o.bottomY, 256);
-  ASSERT_NE(o.descriptor, nullptr);
   ASSERT_NE(o.descriptor->content, nullptr);
   // The stream reads the first block's drawing, and no other bytes.
   const uint32_t begin = offsetOf(text, "*BEGIN GRAPHICS VERSION", 0);
@@ -119,9 +144,8 @@ TEST_F(WorkbookObjects, DeliveredAfterTheHiddenRunsAndBeforeTheCells) {
 
 // Hosts often tidy up last: a stream released after its sheet and reader
 // are gone must not reach back into them (AddressSanitizer watches).
-TEST_F(WorkbookObjects, StreamsMayBeReleasedAfterTheSheetAndReaderClose) {
+TEST(WorkbookObjects, StreamsMayBeReleasedAfterTheSheetAndReaderClose) {
   TestHost host(workbook({chartAt("A", "B2")}));
-  ASSERT_EQ(host.scan(), 1);
   const std::vector<SheetItem> items = pumpSheet(&host, 0);
   ASSERT_EQ(objectItems(items).size(), 1u);
   ASSERT_NE(objectItems(items)[0].object.descriptor->content, nullptr);
@@ -129,74 +153,12 @@ TEST_F(WorkbookObjects, StreamsMayBeReleasedAfterTheSheetAndReaderClose) {
   releaseObjects(&host, items);
 }
 
-TEST_F(WorkbookObjects, EachSheetGetsItsOwn) {
-  TestHost host(workbook({chartAt("A", "B2"), chartAt("B", "C3"), chartAt("B", "D4")}));
-  ASSERT_EQ(host.scan(), 1);
-  std::vector<SheetItem> first = pumpSheet(&host, 0);
-  releaseObjects(&host, first);
-  host.closeSheet();
-  std::vector<SheetItem> second = pumpSheet(&host, 1);
-  const std::vector<SheetItem> objects = objectItems(second);
-  ASSERT_EQ(objects.size(), 2u);
-  EXPECT_EQ(objects[0].object.topColumn, 3u);
-  EXPECT_EQ(objects[1].object.topColumn, 4u);
-  EXPECT_EQ(objectItems(first).size(), 1u);
-  releaseObjects(&host, second);
-}
-
-TEST_F(WorkbookObjects, ReaderFlagSuppressesObjectItems) {
-  TestHost host(workbook({chartAt("A", "B2")}));
-  ASSERT_NE(host.allocate(WZSS_READER_NO_OBJECTS), nullptr);
-  ASSERT_EQ(host.scan(), 1);
-  const std::vector<SheetItem> items = pumpSheet(&host, 0);
-  EXPECT_TRUE(objectItems(items).empty());
-  EXPECT_FALSE(items.empty());
-  EXPECT_EQ(items.back().itemType, WZSS_ITEM_CELL);
-}
-
-TEST_F(WorkbookObjects, HiddenVisibleHiddenGivesOneItemThenTheCells) {
-  TestHost host(workbook({chartAt("A", "B2", true), chartAt("A", "C2"), chartAt("A", "D2", true)}));
-  ASSERT_EQ(host.scan(), 1);
-  const std::vector<SheetItem> items = pumpSheet(&host, 0);
-  size_t objectAt = items.size();
-  for (size_t i = 0; i < items.size(); ++i) {
-    if (items[i].itemType == WZSS_ITEM_OBJECT && objectAt == items.size()) objectAt = i;
-  }
-  ASSERT_LT(objectAt + 1, items.size());
-  EXPECT_EQ(objectItems(items).size(), 1u);
-  EXPECT_EQ(items[objectAt].object.topColumn, 3u);
-  EXPECT_EQ(items[objectAt + 1].itemType, WZSS_ITEM_CELL);
-  releaseObjects(&host, items);
-}
-
-TEST_F(WorkbookObjects, ObjectsOfSheet2ListedFirstAreNotSheet1s) {
-  TestHost host(workbook({chartAt("B", "B2"), chartAt("A", "C2")}));
-  ASSERT_EQ(host.scan(), 1);
-  const std::vector<SheetItem> items = pumpSheet(&host, 0);
-  EXPECT_TRUE(objectItems(items).empty());
-  ASSERT_FALSE(items.empty());
-  EXPECT_EQ(items.back().itemType, WZSS_ITEM_CELL);  // the pump still reached the cells
-}
-
-TEST_F(WorkbookObjects, SheetFlagLeavesObjectsWithoutStreams) {
-  TestHost host(workbook({chartAt("A", "B2")}));
-  ASSERT_EQ(host.scan(), 1);
-  const std::vector<SheetItem> items = pumpSheet(&host, 0, WZSS_SHEET_NO_OBJECT_STREAMS);
-  const std::vector<SheetItem> objects = objectItems(items);
-  ASSERT_EQ(objects.size(), 1u);
-  EXPECT_EQ(objects[0].object.descriptor->content, nullptr);
-  releaseObjects(&host, items);
-}
-
-TEST_F(WorkbookObjects, SampleChartAndItsDrawing) {
+TEST(WorkbookObjects, SampleChartAndItsDrawing) {
   std::ifstream file(std::string(WZSS_SAMPLES_DIR) + "/budget.wzs", std::ios::binary);
   ASSERT_TRUE(file.good());
   std::stringstream contents;
   contents << file.rdbuf();
-  const std::string text = contents.str();
-  TestHost host(text);
-  ASSERT_EQ(host.scan(), 1);
-  ASSERT_GE(host.info.sheetCount, 2u);
+  TestHost host(contents.str());
   const std::vector<SheetItem> items = pumpSheet(&host, 1);
   const std::vector<SheetItem> objects = objectItems(items);
   ASSERT_EQ(objects.size(), 1u);
@@ -222,30 +184,6 @@ TEST_F(WorkbookObjects, SampleChartAndItsDrawing) {
   EXPECT_STREQ(content->FilterLine(content, line, 2), "W4.00inH3.00in");
   content->Close(content);
   releaseObjects(&host, items);
-}
-
-// Every allocation of a whole read fails once in turn: whatever fails, no
-// block is left behind once the host has released what it was handed.
-TEST_F(WorkbookObjects, AllocationFailureAnywhereLeaksNothing) {
-  const std::string text = workbook({chartAt("A", "B2"), chartAt("A", "C2")});
-  uint64_t allocations = 0;
-  {
-    TestHost clean(text);
-    ASSERT_EQ(clean.scan(), 1);
-    releaseObjects(&clean, pumpSheet(&clean, 0));
-    allocations = clean.services.stats().allocations;
-  }
-  for (uint64_t n = 1; n <= allocations; ++n) {
-    SCOPED_TRACE(n);
-    TestHost host(text);
-    host.services.failAllocation(n);
-    if (host.scan() != 1) continue;
-    if (host.openSheet(0) == nullptr) continue;
-    std::vector<SheetItem> items;
-    host.pumpAll(&items);
-    EXPECT_LE(objectItems(items).size(), 2u);
-    releaseObjects(&host, items);
-  }
 }
 
 }  // namespace
