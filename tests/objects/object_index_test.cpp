@@ -133,7 +133,7 @@ TEST(ObjectIndex, ReadingStopsAfterTheBlocksOwnEndLine) {
     char line[kLineSize];
     ASSERT_EQ(wzGetLine(book.stream.get(), line, kLineSize, &pos), 1);
     ASSERT_EQ(wzInitObjects(&book.reader, pos), 1);
-    const uint32_t after = offsetOf(text, "AFTER\n");
+    const size_t after = text.size() - 6;  // "AFTER\n"
     EXPECT_EQ(book.stream.position(), after);
     ASSERT_EQ(book.reader.objectEntryCount, c.entries);
     if (c.entries == 0) continue;

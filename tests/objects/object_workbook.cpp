@@ -37,11 +37,8 @@ std::string blocksText(const std::vector<ObjectBlock>& blocks) {
   return text;
 }
 
-uint32_t offsetOf(const std::string& text, const std::string& needle, int occurrence) {
-  size_t at = text.find(needle);
-  for (int i = 0; i < occurrence && at != std::string::npos; ++i) at = text.find(needle, at + 1);
-  EXPECT_NE(at, std::string::npos) << "no occurrence " << occurrence << " of " << needle;
-  return static_cast<uint32_t>(at);
+ObjectBlock objectAt(const char* plane, const char* topCell, const char* attrs) {
+  return {.plane = plane, .attrs = attrs, .top = std::string(plane) + "!" + topCell};
 }
 
 ObjectWorkbook::ObjectWorkbook(std::string text, uint32_t defaultFontSize)

@@ -13,13 +13,16 @@
 
 namespace wzss::test {
 
+inline constexpr const char* kShownAttrs = "Hidden:0, Locked:0, Print:1, Link:0, NoBorder:0";
+inline constexpr const char* kHiddenAttrs = "Hidden:1, Locked:0, Print:1, Link:0, NoBorder:0";
+
 // One "Graphic Obj Start: " ... "Graphic Obj End: " block. Empty fields
 // leave their line out.
 struct ObjectBlock {
   std::string type = "Chart";
   std::string plane = "A";
   std::string path{};
-  std::string attrs = "Hidden:0, Locked:0, Print:1, Link:0, NoBorder:0";
+  std::string attrs = kShownAttrs;
   std::string top = "A!B2 x = 0.5 y = 0.25";
   std::string bottom = "A!E9 x = 0.0 y = 0.5";
   std::vector<std::string> sizeLines = {"Object Source Width : 4.00in",
@@ -33,14 +36,10 @@ struct ObjectBlock {
       "*END GRAPHICS\n";
 };
 
-// Attributes of a hidden object, otherwise as the usual block's.
-inline constexpr const char* kHiddenAttrs = "Hidden:1, Locked:0, Print:1, Link:0, NoBorder:0";
-
 std::string blockText(const ObjectBlock& block);
 std::string blocksText(const std::vector<ObjectBlock>& blocks);
-
-// Offset of the occurrence-th (from 0) appearance of needle in text.
-uint32_t offsetOf(const std::string& text, const std::string& needle, int occurrence = 0);
+// The usual block on sheet plane, anchored at topCell without offsets.
+ObjectBlock objectAt(const char* plane, const char* topCell, const char* attrs = kShownAttrs);
 
 class ObjectWorkbook {
  public:

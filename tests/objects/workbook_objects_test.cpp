@@ -5,6 +5,7 @@
 // by the reliability suite.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <fstream>
 #include <sstream>
 #include <string>
@@ -15,13 +16,6 @@
 
 namespace wzss::test {
 namespace {
-
-ObjectBlock chartAt(const char* plane, const char* topCell, const char* attrs = "") {
-  return {.plane = plane,
-          .attrs = *attrs != '\0' ? attrs : ObjectBlock{}.attrs,
-          .top = std::string(plane) + "!" + topCell + " x = 0.5 y = 0.25",
-          .bottom = std::string(plane) + "!F9 x = 0 y = 1"};
-}
 
 // Two sheets, every row and column visible, one cell on each.
 std::string workbook(const std::vector<ObjectBlock>& blocks) {
@@ -35,23 +29,14 @@ std::string workbook(const std::vector<ObjectBlock>& blocks) {
          "Headers and Footers End\n(') A!A1: first\n(') B!A1: second\n";
 }
 
-std::vector<SheetItem> objectItems(const std::vector<SheetItem>& items) {
-  std::vector<SheetItem> objects;
-  for (const SheetItem& item : items) {
-    if (item.itemType == WZSS_ITEM_OBJECT) objects.push_back(item);
-  }
-  return objects;
-}
-
 // What the host must do with delivered objects: Release the plug-in's
 // stream, Free the descriptor.
 void releaseObjects(TestHost* host, const std::vector<SheetItem>& items) {
-  for (const SheetItem& item : objectItems(items)) {
-    ObjectDescriptor* descriptor = item.object.descriptor;
-    if (descriptor == nullptr) continue;
-    StreamInterface* content = descriptor->content;
+  for (const SheetItem& item : items) {
+    if (item.itemType != WZSS_ITEM_OBJECT) continue;
+    StreamInterface* content = item.object.descriptor->content;
     if (content != nullptr && content->streamKind == 3) content->Release(content);
-    host->services.free(descriptor);
+    host->services.free(item.object.descriptor);
   }
 }
 
@@ -67,7 +52,7 @@ std::string readAll(StreamInterface* content) {
 // Scans host and pumps sheet index, collecting every item.
 std::vector<SheetItem> pumpSheet(TestHost* host, uint32_t index, uint32_t sheetFlags = 0) {
   std::vector<SheetItem> items;
-  EXPECT_EQ(host->reader != nullptr && host->info.sheets != nullptr ? 1 : host->scan(), 1);
+  EXPECT_EQ(host->scan(), 1);
   EXPECT_NE(host->openSheet(index, sheetFlags), nullptr);
   if (host->sheet != nullptr) host->pumpAll(&items);
   return items;
@@ -86,15 +71,15 @@ struct SheetCase {
 // whatever the objects were.
 TEST(WorkbookObjects, EachSheetGetsItsVisibleObjectsBeforeItsCells) {
   const SheetCase cases[] = {
-      {"FirstSheet", {chartAt("A", "B2"), chartAt("B", "C3")}, 0, {2}},
-      {"SecondSheet", {chartAt("A", "B2"), chartAt("B", "C3"), chartAt("B", "D4")}, 1, {3, 4}},
+      {"FirstSheet", {objectAt("A", "B2"), objectAt("B", "C3")}, 0, {2}},
+      {"SecondSheet", {objectAt("A", "B2"), objectAt("B", "C3"), objectAt("B", "D4")}, 1, {3, 4}},
       {"HiddenVisibleHidden",
-       {chartAt("A", "B2", kHiddenAttrs), chartAt("A", "C2"), chartAt("A", "D2", kHiddenAttrs)},
+       {objectAt("A", "B2", kHiddenAttrs), objectAt("A", "C2"), objectAt("A", "D2", kHiddenAttrs)},
        0,
        {3}},
-      {"SecondSheetsListedFirst", {chartAt("B", "B2"), chartAt("A", "C2")}, 0, {}},
+      {"SecondSheetsListedFirst", {objectAt("B", "B2"), objectAt("A", "C2")}, 0, {}},
       {"SheetFlagLeavesThemWithoutStreams",
-       {chartAt("A", "B2")},
+       {objectAt("A", "B2")},
        0,
        {2},
        WZSS_SHEET_NO_OBJECT_STREAMS},
@@ -116,41 +101,11 @@ TEST(WorkbookObjects, EachSheetGetsItsVisibleObjectsBeforeItsCells) {
     EXPECT_EQ(columns, c.columns);
     for (size_t i = firstCell; i < items.size(); ++i) EXPECT_EQ(items[i].itemType, WZSS_ITEM_CELL);
     EXPECT_LT(firstCell, items.size());
+    // Hosts often tidy up last: a stream released after its sheet and
+    // reader are gone must not reach back into them (AddressSanitizer watches).
+    host.closeReader();
     releaseObjects(&host, items);
   }
-}
-
-TEST(WorkbookObjects, ItemFieldsAndAStreamOverTheBlocksOwnDrawing) {
-  const std::string text = workbook({chartAt("A", "B2"), chartAt("B", "C3")});
-  TestHost host(text);
-  const std::vector<SheetItem> items = pumpSheet(&host, 0);
-  const std::vector<SheetItem> objects = objectItems(items);
-  ASSERT_EQ(objects.size(), 1u);
-  const SheetItemObject& o = objects[0].object;
-  EXPECT_EQ(o.topColumn, 2u);
-  EXPECT_EQ(o.topRow, 2u);
-  EXPECT_EQ(o.bottomColumn, 6u);
-  EXPECT_EQ(o.bottomRow, 9u);
-  EXPECT_EQ(o.topX, 720);
-  EXPECT_EQ(o.topY, 64);
-  EXPECT_EQ(o.bottomY, 256);
-  ASSERT_NE(o.descriptor->content, nullptr);
-  // The stream reads the first block's drawing, and no other bytes.
-  const uint32_t begin = offsetOf(text, "*BEGIN GRAPHICS VERSION", 0);
-  const uint32_t end = offsetOf(text, "*END GRAPHICS\n", 0) + 14;
-  EXPECT_EQ(readAll(o.descriptor->content), text.substr(begin, end - begin));
-  releaseObjects(&host, items);
-}
-
-// Hosts often tidy up last: a stream released after its sheet and reader
-// are gone must not reach back into them (AddressSanitizer watches).
-TEST(WorkbookObjects, StreamsMayBeReleasedAfterTheSheetAndReaderClose) {
-  TestHost host(workbook({chartAt("A", "B2")}));
-  const std::vector<SheetItem> items = pumpSheet(&host, 0);
-  ASSERT_EQ(objectItems(items).size(), 1u);
-  ASSERT_NE(objectItems(items)[0].object.descriptor->content, nullptr);
-  host.closeReader();
-  releaseObjects(&host, items);
 }
 
 TEST(WorkbookObjects, SampleChartAndItsDrawing) {
@@ -158,11 +113,12 @@ TEST(WorkbookObjects, SampleChartAndItsDrawing) {
   ASSERT_TRUE(file.good());
   std::stringstream contents;
   contents << file.rdbuf();
-  TestHost host(contents.str());
+  const std::string text = contents.str();
+  TestHost host(text);
   const std::vector<SheetItem> items = pumpSheet(&host, 1);
-  const std::vector<SheetItem> objects = objectItems(items);
-  ASSERT_EQ(objects.size(), 1u);
-  const SheetItemObject& o = objects[0].object;
+  const auto isObject = [](const SheetItem& item) { return item.itemType == WZSS_ITEM_OBJECT; };
+  ASSERT_EQ(std::count_if(items.begin(), items.end(), isObject), 1);
+  const SheetItemObject& o = std::find_if(items.begin(), items.end(), isObject)->object;
   EXPECT_EQ(o.topColumn, 5u);
   EXPECT_EQ(o.topRow, 2u);
   EXPECT_EQ(o.bottomColumn, 10u);
@@ -172,12 +128,13 @@ TEST(WorkbookObjects, SampleChartAndItsDrawing) {
   EXPECT_EQ(o.hasBorder, 1u);
   StreamInterface* content = o.descriptor->content;
   ASSERT_NE(content, nullptr);
-  const std::string drawing = readAll(content);
-  EXPECT_TRUE(drawing.starts_with("*BEGIN GRAPHICS VERSION"));
-  EXPECT_TRUE(drawing.ends_with("*END GRAPHICS\n"));
-  // The "Graphic Obj End: " line inside the legend did not cut the drawing.
-  EXPECT_NE(drawing.find("*END LEGEND\n"), std::string::npos);
-  EXPECT_EQ(content->streamLength, drawing.size());
+  // The drawing's bytes and no other: the "Graphic Obj End: " line inside
+  // its legend did not cut it.
+  const size_t begin = text.find("*BEGIN GRAPHICS VERSION");
+  const size_t end = text.find("*END GRAPHICS\n") + 14;
+  ASSERT_LT(text.find("*END LEGEND\n", begin), end);
+  EXPECT_EQ(readAll(content), text.substr(begin, end - begin));
+  EXPECT_EQ(content->streamLength, end - begin);
   // The host filters the drawing's lines; the page-size line becomes the size text.
   ASSERT_EQ(content->Open(content), 1);
   char line[WZSS_FILTER_LINE_MIN] = "KD_PAGESIZE 0 0 288 216";
