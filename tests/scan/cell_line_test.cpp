@@ -118,17 +118,6 @@ TEST(DisectTest, CutOffLastLine) {
   }
 }
 
-TEST(DisectTest, ReadFailureEndsTheInput) {
-  // A failing Read counts as the end of the input: the line read so far is
-  // taken when it begins like a cell line, and nothing is read after it.
-  DisectFixture f("junk\n(F1) B3: 9\n(F1) C4: 1\n");
-  f.stream.failRead(5 + 8);  // inside "(F1) B3: 9", after "(F1) B3"
-  ASSERT_EQ(f.next(), 1);
-  EXPECT_EQ(f.attrText(), "(F1) B3");
-  EXPECT_EQ(f.column, 2);
-  EXPECT_EQ(f.row, 3);
-}
-
 TEST(DisectTest, ClearsTheWholeLineBuffer) {
   DisectFixture f("(F1) A1\n");
   std::memset(f.sheet->line, 'Q', kLineSize);
