@@ -71,22 +71,6 @@ TEST(PrologueScanTest, SheetNamesFromViewSections) {
   }
 }
 
-TEST(PrologueScanTest, SheetListGrowsInViewOrderAndTheReaderOwnsIt) {
-  PrologueHost host(
-      workbook({"View Start, Name: #One: ~A", "View End,", "View Start, Name: #Two: ~B",
-                "View End,", "View Start, Name: #Three: ~C", "View End,"}));
-  ASSERT_EQ(host.scan(), 1);
-  ASSERT_EQ(host.info.sheetCount, 3u);
-  const char* names[] = {"One", "Two", "Three"};
-  for (int i = 0; i < 3; ++i) {
-    EXPECT_STREQ(host.info.sheets[i].name, names[i]);
-    EXPECT_EQ(host.info.sheets[i].viewPos,
-              host.offsetOf(std::string("View Start, Name: #") + names[i]));
-  }
-  EXPECT_EQ(host.reader->info.sheets, host.info.sheets);
-  EXPECT_EQ(host.reader->info.sheetCount, 3u);
-}
-
 TEST(PrologueScanTest, SheetsTableRenamesListedSheets) {
   PrologueHost host(workbook({"View Start, Name: #Budget: ~A", "View Start, Name: #Sales: ~B",
                               "SHEETS TABLE", "SHEET B ~Costs~", "sheet A ~~", "SHEET C ~Nobody~",
@@ -278,9 +262,13 @@ void expectSmallPrologueTables(const PrologueHost& host) {
   EXPECT_STREQ(reader->defaultFont.name, "Courier");
   EXPECT_EQ(reader->attrCount, 2u);
   EXPECT_EQ(reader->objectEntryCount, 1u);
+  // The sheet list grows in view order, and the reader owns it.
   ASSERT_EQ(host.info.sheetCount, 2u);
+  EXPECT_EQ(reader->info.sheets, host.info.sheets);
   EXPECT_STREQ(host.info.sheets[0].name, "One");
+  EXPECT_EQ(host.info.sheets[0].viewPos, host.offsetOf("VIEW START, NAME: #One"));
   EXPECT_STREQ(host.info.sheets[1].name, "Second");
+  EXPECT_EQ(host.info.sheets[1].viewPos, host.offsetOf("view start, name: #Two"));
   // Only the first "Row List " line is recorded.
   EXPECT_EQ(reader->rowListPos, host.offsetOf("ROW LIST"));
   EXPECT_EQ(reader->defaultFont.size, 12u);
