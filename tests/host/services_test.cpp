@@ -119,7 +119,10 @@ TEST(ServicesTest, DefaultOpenerGivesAReleasableFileStreamOrNull) {
   ASSERT_NE(stream, nullptr);
   EXPECT_GT(stream->streamLength, 0u);
   ASSERT_NE(stream->Release, nullptr);
-  stream->Release(stream);
+  char byte = 0;
+  ASSERT_EQ(stream->Open(stream), 1);
+  ASSERT_EQ(stream->Read(stream, &byte, 1), 1);
+  stream->Release(stream);  // the sanitizer build reports a leak if this did not free
 }
 
 }  // namespace

@@ -612,11 +612,5 @@ TEST_F(WalkerTest, IncompleteTableIsRefusedBeforeAnyCall) {
   EXPECT_EQ(services.stats().allocations, 0u);
 }
 
-TEST_F(WalkerTest, TheReaderIsClosedWithTheWalker) {
-  ASSERT_TRUE(make().open());
-  walker.reset();
-  EXPECT_EQ(script.readerCloses, 1);
-}
-
 }  // namespace
 }  // namespace wzss::host
