@@ -148,20 +148,6 @@ INSTANTIATE_TEST_SUITE_P(Samples, SampleTest, testing::ValuesIn(samples()),
                            return name;
                          });
 
-TEST(PluginE2eTest, TableIsCompleteAndSlotFiveEmpty) {
-  ASSERT_TRUE(plugin().ok()) << plugin().error();
-  const SSReaderInterface& t = plugin().table();
-  EXPECT_NE(t.AllocateReader, nullptr);
-  EXPECT_NE(t.CloseReader, nullptr);
-  EXPECT_NE(t.GetWorkSheetInfo, nullptr);
-  EXPECT_NE(t.InitSheet, nullptr);
-  EXPECT_NE(t.ProcessSheet, nullptr);
-  EXPECT_NE(t.CloseSheet, nullptr);
-  ASSERT_NE(t.GetCharSet, nullptr);
-  EXPECT_EQ(t.GetCharSet(0, 0), 7);
-  EXPECT_EQ(t.nullSlot5, nullptr);
-}
-
 TEST(PluginE2eTest, FileThatIsNoWorkbookIsRefusedWithNothingAlive) {
   ASSERT_TRUE(plugin().ok()) << plugin().error();
   const Walked walked = walk(__FILE__);  // this test's own source
