@@ -2,6 +2,7 @@
 // count, the Row List pass, and every way an open can fail.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <functional>
 #include <string>
 #include <vector>
@@ -11,26 +12,26 @@
 namespace wzss::test {
 namespace {
 
-std::string viewSection(std::initializer_list<std::string_view> lines,
+std::string viewSection(const std::vector<std::string_view>& lines,
                         std::string_view letters = "A") {
-  return "View Start, Name: #Sheet: ~" + std::string(letters) + "\n" + joinLines(lines) +
-         "View End,\n";
+  std::string text = "View Start, Name: #Sheet: ~" + std::string(letters) + "\n";
+  for (std::string_view line : lines) (text += line) += '\n';
+  return text + "View End,\n";
 }
 
-std::vector<int32_t> rowsWithFlag(PreparedReader& prepared, uint8_t flag) {
-  std::vector<int32_t> rows;
-  for (int32_t row = 1; row <= prepared.reader()->maxRow; ++row) {
-    if (prepared.rowFlag(row) == flag) rows.push_back(row);
+// The flags of lines 1 to last: '.' none, 'v' visible, 't' title, 'b' both.
+std::string flagMap(PreparedReader& prepared, bool rows) {
+  const int32_t last = rows ? prepared.reader()->maxRow : prepared.reader()->maxColumn;
+  std::string map;
+  for (int32_t line = 1; line <= last; ++line) {
+    const uint8_t flag = rows ? prepared.rowFlag(line) : prepared.columnFlag(line);
+    map += flag == 0                             ? '.'
+           : flag == kFlagVisible                ? 'v'
+           : flag == kFlagTitle                  ? 't'
+           : flag == (kFlagVisible | kFlagTitle) ? 'b'
+                                                 : '?';
   }
-  return rows;
-}
-
-std::vector<int32_t> columnsWithFlag(PreparedReader& prepared, uint8_t flag) {
-  std::vector<int32_t> columns;
-  for (int32_t column = 1; column <= prepared.reader()->maxColumn; ++column) {
-    if (prepared.columnFlag(column) == flag) columns.push_back(column);
-  }
-  return columns;
+  return map;
 }
 
 // --- View lines ---------------------------------------------------------------
@@ -47,6 +48,7 @@ TEST(ViewSection, DefaultColumnWidthScalesByTheDefaultFont) {
       {9, "View Default Column Width 10", 1080},  {7, "View Default Column Width 10", 840},
       {0, "View Default Column Width 10", 1200},  {1201, "View Default Column Width 10", 1200},
       {10, "view default column width 3", 360},   {10, "View Default Column Width x", 0},
+      {10, "View Default Row Height: 16", 0},
   };
   for (const WidthCase& c : cases) {
     SCOPED_TRACE(testing::Message() << c.line << " at size " << c.fontSize);
@@ -55,148 +57,195 @@ TEST(ViewSection, DefaultColumnWidthScalesByTheDefaultFont) {
     PreparedReader prepared(viewSection({c.line}), prologue);
     ASSERT_NE(prepared.open(), nullptr);
     EXPECT_EQ(prepared.sheet()->defaultColumnWidth, c.expected);
+    EXPECT_EQ(prepared.sheet()->heightPos + prepared.sheet()->widthPos, 0u);
   }
 }
 
 TEST(ViewSection, RecordsOnlyTheFirstListLineOfEachKind) {
-  const std::string text =
-      viewSection({"View Column Widths: A:20", "View Row Heights: 1:300", "View Column Widths: B:5",
-                   "View Row Heights: 2:10"});
+  const std::string text = viewSection({"View Column Widths: A:20", "View Row Heights: 1:300",
+                                        "View Column Widths: B:5", "View Row Heights: 2:10"});
   PreparedReader prepared(text);
   ASSERT_NE(prepared.open(), nullptr);
   EXPECT_EQ(prepared.sheet()->widthPos, offsetOf(text, "View Column Widths: "));
   EXPECT_EQ(prepared.sheet()->heightPos, offsetOf(text, "View Row Heights: "));
-  EXPECT_EQ(prepared.sheet()->widthCount, 0u);
-  EXPECT_EQ(prepared.sheet()->heightCount, 0u);
+  EXPECT_EQ(prepared.sheet()->widthCount + prepared.sheet()->heightCount, 0u);
 }
 
-TEST(ViewSection, DefaultRowHeightChangesNothing) {
-  PreparedReader prepared(viewSection({"View Default Row Height: 16"}));
-  ASSERT_NE(prepared.open(), nullptr);
-  const wzss::SheetReader* sheet = prepared.sheet();
-  EXPECT_EQ(sheet->defaultColumnWidth, 0u);
-  EXPECT_EQ(sheet->heightPos, 0u);
-  EXPECT_EQ(sheet->widthPos, 0u);
-  EXPECT_EQ(sheet->titleRowCount + sheet->titleColumnCount, 0);
-  EXPECT_EQ(sheet->hiddenCount, 30u);
-}
-
-struct RangeCase {
-  const char* line;
-  std::vector<int32_t> visible;
+struct FlagCase {
+  const char* name;
+  std::vector<std::string_view> lines;
+  const char* rows;     // rows 1 to 20
+  const char* columns;  // columns A to J
+  int32_t titleRows, titleColumns;
 };
 
-TEST(ViewSection, VisibleRowRanges) {
-  // maxRow is 20.
-  const RangeCase cases[] = {
-      {"View Rows Visible: x:3:7", {3, 4, 5, 6, 7}},
-      {"View Rows Visible: x:5", {5}},
-      {"View Rows Visible: x:7:3", {}},
-      {"View Rows Visible: x:18:99", {18, 19, 20}},
-      {"View Rows Visible: x:21:30", {}},
-      {"View Rows Visible: x:0:2", {1, 2}},
-      {"View Rows Visible: x:-4:1", {1}},
-      {"View Rows Visible: rows 4", {}},
-      {"View Rows Visible: x:", {}},
-      {"View Rows Visible: x:3:", {}},
-      {"view rows visible: x: 9 : 10", {9, 10}},
+// Every line's flags after the view section; a line without flags is hidden.
+TEST(ViewSection, RangeAndTitleLinesFlagTheGridsLines) {
+  const FlagCase cases[] = {
+      {"RowRange", {"View Rows Visible: x:3:7"}, "..vvvvv.............", "..........", 0, 0},
+      {"SingleRow", {"View Rows Visible: x:5"}, "....v...............", "..........", 0, 0},
+      {"ReversedRowRange",
+       {"View Rows Visible: x:7:3"},
+       "....................",
+       "..........",
+       0,
+       0},
+      {"RowRangeCutAtMaxRow",
+       {"View Rows Visible: x:18:99"},
+       ".................vvv",
+       "..........",
+       0,
+       0},
+      {"RowRangePastMaxRow",
+       {"View Rows Visible: x:21:30"},
+       "....................",
+       "..........",
+       0,
+       0},
+      {"RowRangeFrom0", {"View Rows Visible: x:0:2"}, "vv..................", "..........", 0, 0},
+      {"RowRangeFromNegative",
+       {"View Rows Visible: x:-4:1"},
+       "v...................",
+       "..........",
+       0,
+       0},
+      {"NoColonBeforeTheRows",
+       {"View Rows Visible: rows 4"},
+       "....................",
+       "..........",
+       0,
+       0},
+      {"NoRowNumber", {"View Rows Visible: x:"}, "....................", "..........", 0, 0},
+      {"NoSecondRowNumber",
+       {"View Rows Visible: x:3:"},
+       "....................",
+       "..........",
+       0,
+       0},
+      {"LowerCaseAndBlanks",
+       {"view rows visible: x: 9 : 10"},
+       "........vv..........",
+       "..........",
+       0,
+       0},
+      {"ColumnRange",
+       {"View Columns Visible: cols:C:E"},
+       "....................",
+       "..vvv.....",
+       0,
+       0},
+      {"SingleColumn",
+       {"View Columns Visible: cols:B"},
+       "....................",
+       ".v........",
+       0,
+       0},
+      {"ReversedColumnRange",
+       {"View Columns Visible: cols:E:C"},
+       "....................",
+       "..........",
+       0,
+       0},
+      {"ColumnRangeCutAtMaxColumn",
+       {"View Columns Visible: cols:H:Z"},
+       "....................",
+       ".......vvv",
+       0,
+       0},
+      {"ColumnRangePastMaxColumn",
+       {"View Columns Visible: cols:K:L"},
+       "....................",
+       "..........",
+       0,
+       0},
+      {"NoFirstColumnMeansA",
+       {"View Columns Visible: cols::C"},
+       "....................",
+       "vvv.......",
+       0,
+       0},
+      {"NoSecondColumn",
+       {"View Columns Visible: cols:C:"},
+       "....................",
+       "..........",
+       0,
+       0},
+      {"NoColonBeforeTheColumns",
+       {"View Columns Visible: cols C"},
+       "....................",
+       "..........",
+       0,
+       0},
+      {"RunsOfRangeLinesHandBackTheLineAfterThem",
+       {"View Rows Visible: r:1:2", "View Rows Visible: r:5", "View Title Row: 9",
+        "View Columns Visible: c:A:B", "View Columns Visible: c:D", "View Title Column: F"},
+       "vv..v...t...........",
+       "vv.v.t....",
+       1,
+       1},
+      {"RangeAfterTitleDropsTheTitleMark",
+       {"View Title Row: 4", "View Title Column: B", "View Rows Visible: r:1:9",
+        "View Columns Visible: c:A:C"},
+       "vvvvvvvvv...........",
+       "vvv.......",
+       1,
+       1},
+      {"TitleAfterRangeAddsItsMark",
+       {"View Rows Visible: r:1:9", "View Columns Visible: c:A:C", "View Title Row: 4",
+        "View Title Column: B"},
+       "vvvbvvvvv...........",
+       "vbv.......",
+       1,
+       1},
+      {"SameTitleRowTwiceCountsTwice",
+       {"View Title Row: 3", "View Title Row: 3"},
+       "..t.................",
+       "..........",
+       2,
+       0},
+      {"TitlesOutsideTheGridCountButMarkNothing",
+       {"View Title Row: 0", "View Title Row: 21", "View Title Row: -3",
+        "View Title Column: ", "View Title Column: 12", "View Title Column: K"},
+       "....................",
+       "..........",
+       3,
+       3},
+      {"PartlyShown",
+       {"View Rows Visible: r:1:9", "View Title Row: 15", "View Columns Visible: c:A:C"},
+       "vvvvvvvvv.....t.....",
+       "vvv.......",
+       1,
+       0},
+      {"Empty", {}, "....................", "..........", 0, 0},
+      {"DefaultRowHeightMarksNothing",
+       {"View Default Row Height: 16"},
+       "....................",
+       "..........",
+       0,
+       0},
   };
-  for (const RangeCase& c : cases) {
-    SCOPED_TRACE(c.line);
-    PreparedReader prepared(viewSection({c.line}));
+  for (const FlagCase& c : cases) {
+    SCOPED_TRACE(c.name);
+    PreparedReader prepared(viewSection(c.lines));
     ASSERT_NE(prepared.open(), nullptr);
-    EXPECT_EQ(rowsWithFlag(prepared, kFlagVisible), c.visible);
-    EXPECT_TRUE(columnsWithFlag(prepared, kFlagVisible).empty());
+    const std::string rows = flagMap(prepared, true);
+    const std::string columns = flagMap(prepared, false);
+    EXPECT_EQ(rows, c.rows);
+    EXPECT_EQ(columns, c.columns);
+    EXPECT_EQ(prepared.sheet()->grid[0].flags[0], 0);
+    EXPECT_EQ(prepared.sheet()->titleRowCount, c.titleRows);
+    EXPECT_EQ(prepared.sheet()->titleColumnCount, c.titleColumns);
+    EXPECT_EQ(prepared.sheet()->hiddenCount, std::ranges::count(rows + columns, '.'));
   }
-}
-
-TEST(ViewSection, VisibleColumnRanges) {
-  // maxColumn is 10 (J).
-  const RangeCase cases[] = {
-      {"View Columns Visible: cols:C:E", {3, 4, 5}},
-      {"View Columns Visible: cols:B", {2}},
-      {"View Columns Visible: cols:E:C", {}},
-      {"View Columns Visible: cols:H:Z", {8, 9, 10}},
-      {"View Columns Visible: cols:K:L", {}},
-      {"View Columns Visible: cols::C", {1, 2, 3}},
-      {"View Columns Visible: cols:C:", {}},
-      {"View Columns Visible: cols C", {}},
-  };
-  for (const RangeCase& c : cases) {
-    SCOPED_TRACE(c.line);
-    PreparedReader prepared(viewSection({c.line}));
-    ASSERT_NE(prepared.open(), nullptr);
-    EXPECT_EQ(columnsWithFlag(prepared, kFlagVisible), c.visible);
-    EXPECT_TRUE(rowsWithFlag(prepared, kFlagVisible).empty());
-  }
-}
-
-TEST(ViewSection, RunsOfRangeLinesHandBackTheLineAfterThem) {
-  PreparedReader prepared(viewSection({"View Rows Visible: r:1:2", "View Rows Visible: r:5",
-                                       "View Title Row: 9", "View Columns Visible: c:A:B",
-                                       "View Columns Visible: c:D", "View Title Column: F"}));
-  ASSERT_NE(prepared.open(), nullptr);
-  EXPECT_EQ(rowsWithFlag(prepared, kFlagVisible), (std::vector<int32_t>{1, 2, 5}));
-  EXPECT_EQ(rowsWithFlag(prepared, kFlagTitle), (std::vector<int32_t>{9}));
-  EXPECT_EQ(columnsWithFlag(prepared, kFlagVisible), (std::vector<int32_t>{1, 2, 4}));
-  EXPECT_EQ(columnsWithFlag(prepared, kFlagTitle), (std::vector<int32_t>{6}));
-}
-
-TEST(ViewSection, AVisibleRangeAfterATitleLineDropsTheTitleMark) {
-  PreparedReader titleFirst(
-      viewSection({"View Title Row: 4", "View Title Column: B", "View Rows Visible: r:1:9",
-                   "View Columns Visible: c:A:C"}));
-  ASSERT_NE(titleFirst.open(), nullptr);
-  EXPECT_EQ(titleFirst.rowFlag(4), kFlagVisible);
-  EXPECT_EQ(titleFirst.columnFlag(2), kFlagVisible);
-  EXPECT_EQ(titleFirst.sheet()->titleRowCount, 1);
-  EXPECT_EQ(titleFirst.sheet()->titleColumnCount, 1);
-
-  PreparedReader rangeFirst(
-      viewSection({"View Rows Visible: r:1:9", "View Columns Visible: c:A:C",
-                   "View Title Row: 4", "View Title Column: B"}));
-  ASSERT_NE(rangeFirst.open(), nullptr);
-  EXPECT_EQ(rangeFirst.rowFlag(4), kFlagVisible | kFlagTitle);
-  EXPECT_EQ(rangeFirst.columnFlag(2), kFlagVisible | kFlagTitle);
-}
-
-TEST(ViewSection, TheSameTitleRowTwiceCountsTwice) {
-  PreparedReader prepared(viewSection({"View Title Row: 3", "View Title Row: 3"}));
-  ASSERT_NE(prepared.open(), nullptr);
-  EXPECT_EQ(prepared.sheet()->titleRowCount, 2);
-  EXPECT_EQ(rowsWithFlag(prepared, kFlagTitle), (std::vector<int32_t>{3}));
-}
-
-TEST(ViewSection, TitleLinesOutsideTheGridMarkNothing) {
-  PreparedReader prepared(
-      viewSection({"View Title Row: 0", "View Title Row: 21", "View Title Row: -3",
-                   "View Title Column: ", "View Title Column: 12", "View Title Column: K"}));
-  ASSERT_NE(prepared.open(), nullptr);
-  EXPECT_EQ(prepared.sheet()->titleRowCount, 3);
-  EXPECT_EQ(prepared.sheet()->titleColumnCount, 3);
-  EXPECT_EQ(prepared.sheet()->hiddenCount, 30u);
-  EXPECT_EQ(prepared.sheet()->grid[0].flags[0], 0);
-}
-
-TEST(ViewSection, HiddenCountCountsLinesWithoutFlags) {
-  PreparedReader empty(viewSection({}));
-  ASSERT_NE(empty.open(), nullptr);
-  EXPECT_EQ(empty.sheet()->hiddenCount, 30u);  // maxRow + maxColumn
-
-  PreparedReader partial(viewSection({"View Rows Visible: r:1:9", "View Title Row: 15",
-                                      "View Columns Visible: c:A:C"}));
-  ASSERT_NE(partial.open(), nullptr);
-  EXPECT_EQ(partial.sheet()->hiddenCount, (20u - 10u) + (10u - 3u));
 }
 
 TEST(ViewSection, EndOfInputEndsTheSection) {
   PreparedReader inLines("View Start, Name: #S: ~A\nView Title Row: 2\n");
   ASSERT_NE(inLines.open(), nullptr);
-  EXPECT_EQ(inLines.rowFlag(2), kFlagTitle);
-
+  EXPECT_EQ(flagMap(inLines, true), ".t..................");
   PreparedReader inRun("View Start, Name: #S: ~A\nView Rows Visible: r:3:4\n");
   ASSERT_NE(inRun.open(), nullptr);
-  EXPECT_EQ(rowsWithFlag(inRun, kFlagVisible), (std::vector<int32_t>{3, 4}));
+  EXPECT_EQ(flagMap(inRun, true), "..vv................");
 }
 
 // --- The "View Start," line ------------------------------------------------------
@@ -267,6 +316,7 @@ struct FailureCase {
   const char* name;
   std::string text;
   std::function<void(PreparedReader&)> arrange;
+  uint64_t closes = 1;  // a null Close slot is passed over
 };
 
 TEST(OpenSheet, EveryFailureYieldsNullClosesTheStreamAndKeepsNothing) {
@@ -288,6 +338,7 @@ TEST(OpenSheet, EveryFailureYieldsNullClosesTheStreamAndKeepsNothing) {
          p.reader()->maxRow = 10'000'000;
          p.reader()->maxColumn = 702;
        }},
+      {"NoCloseSlot", "View End,\n", [](PreparedReader& p) { p.host.stream.dropCloseSlot(); }, 0},
   };
   for (const FailureCase& c : cases) {
     SCOPED_TRACE(c.name);
@@ -296,7 +347,7 @@ TEST(OpenSheet, EveryFailureYieldsNullClosesTheStreamAndKeepsNothing) {
     const uint64_t liveBefore = prepared.host.services.stats().liveBlocks;
     EXPECT_EQ(prepared.openAt(0), nullptr);
     EXPECT_EQ(prepared.host.services.stats().liveBlocks, liveBefore);
-    EXPECT_EQ(prepared.host.stream.calls().closes, 1u);
+    EXPECT_EQ(prepared.host.stream.calls().closes, c.closes);
     EXPECT_EQ(prepared.reader()->openSheet, nullptr);
   }
 }
@@ -312,13 +363,6 @@ TEST(OpenSheet, ALargeRealisticGridOpens) {
   EXPECT_LE(prepared.sheet()->gridBytes, kGridByteLimit);
   ASSERT_NE(prepared.sheet()->grid[99999].formatIds, nullptr);
   EXPECT_EQ(prepared.sheet()->grid[99999].formatIds[702], 1u);
-}
-
-TEST(OpenSheet, ANullCloseSlotIsSkippedOnFailureToo) {
-  PreparedReader prepared("View End,\n");
-  prepared.host.stream.dropCloseSlot();
-  EXPECT_EQ(prepared.openAt(0), nullptr);
-  EXPECT_EQ(prepared.host.stream.calls().closes, 0u);
 }
 
 // Allocations of an open: the sheet reader, the slot array, one flag block
@@ -424,8 +468,8 @@ TEST(RowList, AHigherSheetEndsThePass) {
 }
 
 TEST(RowList, ALineOfAnotherKindEndsThePass) {
-  PreparedReader prepared(viewSection({}) + joinLines({"Row List A!2:0,0,3", "Symbols 0 0 0",
-                                                       "Row List A!3:0,0,4"}));
+  PreparedReader prepared(viewSection({}) +
+                          joinLines({"Row List A!2:0,0,3", "Symbols 0 0 0", "Row List A!3:0,0,4"}));
   ASSERT_NE(prepared.open(), nullptr);
   EXPECT_EQ(formatRow(prepared, 2).front(), 3u);
   EXPECT_EQ(prepared.sheet()->grid[3].formatIds, nullptr);
