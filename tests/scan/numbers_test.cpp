@@ -159,6 +159,12 @@ const char* const kTrickyDoubles[] = {
     "e5", "E5", ".e5", "1e", "1e+", "1e-", "1e+5", "1E-5", "1e5x", "1.5.5", "00012.50", "1,5",
     "3,14", " \t\n\v\f\r42", "\2401", "--1", "+-1", "-+1", "- 1", "0.000001",
     "123456789012345678901234567890", "0.1e1", "1_000",
+    // Plain decimals around the borders of the exact division: 2^53 as the
+    // integer of all digits, 19 digits, 22 decimals.
+    "9007199254740992", "9007199254740993", "900719925474099.2", "0.9007199254740992",
+    "0.9007199254740993", "1234567890123456789", "0.0000000000000000000001",
+    "0.00000000000000000000001", "1.0000000000000000000001", "4503599627370497.5",
+    "000000000000000000000000001.5", "8.98846567431158e307",
     // Rounding of long digit strings: halfway cases and the classic hard ones.
     "9007199254740993", "9007199254740993.0000000001", "9007199254740995",
     "0.1000000000000000055511151231257827021181583404541015625", "2.2250738585072011e-308",
@@ -198,9 +204,27 @@ void expectRandomTextsLikeStrtod(uint32_t seed) {
   }
 }
 
+// Plain decimals as cells hold them, 1 to 24 digits with the point
+// anywhere or nowhere, so that both sides of every border of the exact
+// division are crossed many times.
+void expectPlainDecimalsLikeStrtod(uint32_t seed) {
+  std::mt19937 random(seed);
+  std::uniform_int_distribution<int> digitCount(1, 24);
+  std::uniform_int_distribution<int> digit(0, 9);
+  for (int i = 0; i < 20000 && !::testing::Test::HasFailure(); ++i) {
+    const int count = digitCount(random);
+    std::string text;
+    for (int n = 0; n < count; ++n) text += static_cast<char>('0' + digit(random));
+    const int point = std::uniform_int_distribution<int>(-1, count)(random);
+    if (point >= 0) text.insert(static_cast<size_t>(point), ".");
+    expectLikeStrtod(text);
+  }
+}
+
 TEST(ParseDoubleTest, AgreesWithStrtod) {
   for (const char* text : kTrickyDoubles) expectLikeStrtod(text);
   expectRandomTextsLikeStrtod(20240611);
+  expectPlainDecimalsLikeStrtod(20261123);
 }
 
 TEST(LocaleTest, DecimalCommaLocaleChangesNothing) {

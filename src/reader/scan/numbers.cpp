@@ -118,6 +118,40 @@ double outOfRangeValue(const char* begin, const char* end, bool hex) {
   return scale >= 0 ? HUGE_VAL : 0.0;
 }
 
+// Powers of ten a double holds exactly.
+constexpr double kExactPowersOfTen[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
+                                        1e8,  1e9,  1e10, 1e11, 1e12, 1e13, 1e14, 1e15,
+                                        1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
+constexpr int kLastExactPower = 22;
+constexpr uint64_t kLargestExactInteger = uint64_t{1} << 53;
+constexpr int kMostDigitsCounted = 19;  // 10^19 - 1 still fits 64 bits
+
+// The everyday case of a cell value: digits, a point and digits, no
+// exponent, at most 2^53 as an integer of all its digits and at most 22
+// decimals. Both that integer and 10^decimals are exact doubles, so one
+// IEEE division gives the correctly rounded value, the same double the
+// general conversion finds. False leaves any other text to it.
+bool convertPlainDecimal(const char* p, double* value, const char** end) {
+  uint64_t digits = 0;
+  int count = 0;
+  int decimals = 0;
+  const auto take = [&](char c) {
+    if (count < kMostDigitsCounted) digits = digits * 10 + static_cast<uint64_t>(c - '0');
+    ++count;
+  };
+  for (; isDigit(*p); ++p) take(*p);
+  if (*p == '.') {
+    for (++p; isDigit(*p); ++p, ++decimals) take(*p);
+  }
+  if (foldCase(*p) == 'e' || count > kMostDigitsCounted || digits > kLargestExactInteger ||
+      decimals > kLastExactPower) {
+    return false;
+  }
+  *value = static_cast<double>(digits) / kExactPowersOfTen[decimals];
+  *end = p;
+  return true;
+}
+
 // The digits of a decimal or hexadecimal number, without sign or prefix.
 bool convertDigits(const char* p, bool hex, double* value, const char** end) {
   const char* last = p + std::strlen(p);
@@ -209,7 +243,8 @@ bool wzParseDouble(const char* text, double* value, const char** end) {
   if (startsHex(p)) {
     converted = convertDigits(p + 2, true, &magnitude, &stop);
   } else if (startsDecimal(p)) {
-    converted = convertDigits(p, false, &magnitude, &stop);
+    converted =
+        convertPlainDecimal(p, &magnitude, &stop) || convertDigits(p, false, &magnitude, &stop);
   } else {
     converted = convertInfOrNan(p, &magnitude, &stop);
   }
