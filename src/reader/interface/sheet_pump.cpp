@@ -68,7 +68,8 @@ void renumber(const SheetReader* sheet, int32_t titleCount, int32_t lastLine,
       if (inGrid(sheet, i) && (flagOf(sheet, i) & kFlagTitle) != 0) ++titlesBefore;
     }
   }
-  if (inGrid(sheet, line) && (flagOf(sheet, line) & kFlagTitle) != 0) {
+  // No line after the last marked one carries the mark.
+  if (line <= lastMarked && inGrid(sheet, line) && (flagOf(sheet, line) & kFlagTitle) != 0) {
     *number = static_cast<int32_t>(titlesBefore + 1);
     return;
   }
