@@ -18,19 +18,27 @@ constexpr uint32_t kCellKind = 7;
 constexpr int32_t kNoFillYet = -1;  // the host's answer for "no fill decided"
 constexpr char kQuote = '"';
 
+// The first blank or the terminator from p on. The bytes that end a token
+// all lie at or below ' ', so one comparison passes over every other byte.
+char* skipToken(char* p) {
+  for (;; ++p) {
+    const auto byte = static_cast<unsigned char>(*p);
+    if (byte <= ' ' && (byte == '\0' || wzIsBlank(*p))) return p;
+  }
+}
+
 // The value text of a cell line: the attribute token runs to the first
 // blank, the address token to the next one, and the value follows. An
 // empty address token (two blanks in a row) leaves the value right after
 // the second blank. A line that ends inside these tokens has an empty value,
 // the terminator itself.
 char* findValueText(char* attrText) {
-  char* p = attrText;
-  while (*p != '\0' && !wzIsBlank(*p)) ++p;
+  char* p = skipToken(attrText);
   if (*p == '\0') return p;
   ++p;  // the blank after the attribute token
   if (*p == '\0') return p;
   if (wzIsBlank(*p)) return p + 1;
-  while (*p != '\0' && !wzIsBlank(*p)) ++p;
+  p = skipToken(p);
   return *p == '\0' ? p : p + 1;
 }
 
@@ -68,10 +76,11 @@ void deliverText(SheetReader* sheet, char* valueText, int32_t formatCode, int32_
                  int32_t dateStyle, SheetItemCell* cell) {
   cell->text = nullptr;
   cell->textLength = 0;
-  char* display =
-      wzFormatVal(sheet, valueText, static_cast<uint32_t>(formatCode), decimals, dateStyle);
+  uint32_t textLength = 0;
+  char* display = wzFormatVal(sheet, valueText, static_cast<uint32_t>(formatCode), decimals,
+                              dateStyle, &textLength);
   if (display == nullptr) return;
-  const uint32_t length = static_cast<uint32_t>(std::strlen(display)) + 1;
+  const uint32_t length = textLength + 1;
   cell->textLength = length;
   if (sheet->callback != nullptr) {
     const intptr_t buffer =
@@ -97,8 +106,9 @@ int readCellLine(SheetReader* sheet, SheetItemCell* cell, CellLine* line) {
   for (;;) {
     if (!wzDisect(sheet, &line->sheetNumber, &line->row, &line->column)) return 0;
     line->valueText = findValueText(sheet->attrText);
-    cell->hasFill = wzGetFill(sheet, sheet->attrText);
-    cell->hasBorder = static_cast<uint32_t>(wzGetBorder(sheet, sheet->attrText));
+    int border = 0;
+    wzGetFillAndBorder(sheet, sheet->attrText, &cell->hasFill, &border);
+    cell->hasBorder = static_cast<uint32_t>(border);
     if (*line->valueText != '\0' || cell->hasFill != 0 || cell->hasBorder != 0) return 1;
   }
 }
@@ -228,8 +238,9 @@ int wzProcessEmptyCell(SheetReader* sheet, SheetItem* item) {
       if (entry == nullptr) continue;
 
       SheetItemCell& cell = item->cell;
-      cell.hasFill = wzGetFill(sheet, entry->text);
-      cell.hasBorder = static_cast<uint32_t>(wzGetBorder(sheet, entry->text));
+      int border = 0;
+      wzGetFillAndBorder(sheet, entry->text, &cell.hasFill, &border);
+      cell.hasBorder = static_cast<uint32_t>(border);
       if (cell.hasBorder != 0) copyBorders(sheet, &cell);
       cell.column = static_cast<uint32_t>(column);  // grid numbering, not renumbered
       cell.row = static_cast<uint32_t>(row);

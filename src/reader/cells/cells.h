@@ -53,6 +53,9 @@ int32_t wzGetFill(SheetReader* sheet, const char* text);
 // field named a side.
 int wzGetBorder(SheetReader* sheet, const char* text);
 
+// Both of the above for one text, its third field found once.
+void wzGetFillAndBorder(SheetReader* sheet, const char* text, int32_t* fill, int* border);
+
 // Producers: 1 when an item was written, 0 when none is left.
 int wzGetCellContent(SheetReader* sheet, SheetItem* item);
 int wzProcessEmptyCell(SheetReader* sheet, SheetItem* item);

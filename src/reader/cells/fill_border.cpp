@@ -95,10 +95,8 @@ int32_t readSide(SheetReader* sheet, int side, const char** cursor) {
   return number;
 }
 
-}  // namespace
-
-int32_t wzGetFill(SheetReader* sheet, const char* text) {
-  const char* cursor = thirdField(text);
+// The fill of a third field (null when the text has none).
+int32_t fillOfField(SheetReader* sheet, const char* cursor) {
   if (cursor == nullptr || !isPair(cursor, 'S', 'H')) return 0;
   cursor += 2;
   const int32_t patternNumber = wzGetIntItem(&cursor);
@@ -125,12 +123,12 @@ int32_t wzGetFill(SheetReader* sheet, const char* text) {
   return static_cast<int32_t>(static_cast<uint32_t>(result));
 }
 
-int wzGetBorder(SheetReader* sheet, const char* text) {
+// The borders of a third field (null when the text has none).
+int borderOfField(SheetReader* sheet, const char* cursor) {
   for (int side = kLeft; side <= kBottom; ++side) {
     sheet->borderStyles[side] = kNoLine;
     sheet->borderColors[side] = 0;
   }
-  const char* cursor = thirdField(text);
   if (cursor == nullptr || *cursor == kAttrClose) return 0;
 
   int32_t lastSide = kAbsent;
@@ -145,6 +143,22 @@ int wzGetBorder(SheetReader* sheet, const char* text) {
     lastSide = readSide(sheet, side, &cursor);
   }
   return lastSide != kAbsent ? 1 : 0;
+}
+
+}  // namespace
+
+int32_t wzGetFill(SheetReader* sheet, const char* text) {
+  return fillOfField(sheet, thirdField(text));
+}
+
+int wzGetBorder(SheetReader* sheet, const char* text) {
+  return borderOfField(sheet, thirdField(text));
+}
+
+void wzGetFillAndBorder(SheetReader* sheet, const char* text, int32_t* fill, int* border) {
+  const char* field = thirdField(text);
+  *fill = fillOfField(sheet, field);
+  *border = borderOfField(sheet, field);
 }
 
 }  // namespace wzss

@@ -19,6 +19,10 @@ inline constexpr uint32_t kWorkSize = 512;
 // lines from sheet->stream and leave it at the first line not taken.
 char* wzFormatVal(SheetReader* sheet, char* valueText, uint32_t formatCode, int32_t decimals,
                   int32_t dateStyle);
+// The same, with the text's length (terminator not counted) in *length, so
+// that the caller need not measure what was just built.
+char* wzFormatVal(SheetReader* sheet, char* valueText, uint32_t formatCode, int32_t decimals,
+                  int32_t dateStyle, uint32_t* length);
 
 // Puts thousands separators into a number printed with "%.*lf", in place;
 // text is a buffer of kWorkSize bytes.

@@ -468,6 +468,12 @@ void wzInsertCommas(char* text) {
 
 char* wzFormatVal(SheetReader* sheet, char* valueText, uint32_t formatCode, int32_t decimals,
                   int32_t dateStyle) {
+  uint32_t length = 0;
+  return wzFormatVal(sheet, valueText, formatCode, decimals, dateStyle, &length);
+}
+
+char* wzFormatVal(SheetReader* sheet, char* valueText, uint32_t formatCode, int32_t decimals,
+                  int32_t dateStyle, uint32_t* length) {
   const bool textCode = formatCode == kLabel || formatCode == kString;
   char* text = skipBlanks(valueText);
   double number = 0.0;
@@ -490,13 +496,12 @@ char* wzFormatVal(SheetReader* sheet, char* valueText, uint32_t formatCode, int3
   result.block = static_cast<char*>(hostAlloc(sheet->services, result.length + 1));
   if (result.block == nullptr) return nullptr;
   std::memcpy(result.block, work, result.length + 1);
-  if (!textCode) return result.block;
-
-  if (!gatherContinuation(sheet, &result, formatCode, complete)) {
+  if (textCode && !gatherContinuation(sheet, &result, formatCode, complete)) {
     // The caller gets null and could not release the text.
     hostFree(sheet->services, result.block);
     return nullptr;
   }
+  *length = result.length;
   return result.block;
 }
 
