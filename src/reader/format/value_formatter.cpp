@@ -68,20 +68,24 @@ constexpr int16_t kNoon = 12;
 // --- Small text helpers ---------------------------------------------------
 
 // Copies src into out (kWorkSize bytes), cut to kMaxDisplay characters.
-void copyCut(char* out, const char* src) {
+// The formatters below return the length of what they wrote, so that the
+// display text is never measured again.
+uint32_t copyCut(char* out, const char* src) {
   size_t length = std::strlen(src);
   if (length > kMaxDisplay) length = kMaxDisplay;
   std::memcpy(out, src, length);
   out[length] = '\0';
+  return static_cast<uint32_t>(length);
 }
 
-// Appends src to the text in out (kWorkSize bytes), cut to kMaxDisplay.
-void appendCut(char* out, const char* src) {
-  const size_t used = std::strlen(out);
+// Appends src to the text of used characters in out (kWorkSize bytes), cut
+// to kMaxDisplay.
+uint32_t appendCut(char* out, uint32_t used, const char* src) {
   size_t length = std::strlen(src);
   if (length > kMaxDisplay - used) length = kMaxDisplay - used;
   std::memcpy(out + used, src, length);
   out[used + length] = '\0';
+  return static_cast<uint32_t>(used + length);
 }
 
 void upperCaseAscii(char* text) {
@@ -128,8 +132,8 @@ char* putDigitsBefore(char* end, uint64_t value, int32_t minDigits) {
 // mantissa * 2^exponent, so number * 10^precision is an integer product
 // shifted, rounded half to even as printf rounds the exact value. False
 // when the number is outside that range (the general printer takes it).
-bool printFixedExactly(char* out, double number, int32_t precision) {
-  if (precision > kFastPrecision || !std::isfinite(number)) return false;
+uint32_t printFixedExactly(char* out, double number, int32_t precision) {
+  if (precision > kFastPrecision || !std::isfinite(number)) return 0;
   uint64_t bits = 0;
   std::memcpy(&bits, &number, sizeof bits);
   const bool negative = (bits >> 63) != 0;
@@ -144,8 +148,8 @@ bool printFixedExactly(char* out, double number, int32_t precision) {
   using Wide = unsigned __int128;
   Wide scaled = static_cast<Wide>(mantissa) * kPowersOfTen[precision];
   if (exponent >= 0) {
-    if (exponent >= 64) return false;
-    if ((scaled >> (64 - exponent)) != 0) return false;  // the result needs 64 bits or more
+    if (exponent >= 64) return 0;
+    if ((scaled >> (64 - exponent)) != 0) return 0;  // the result needs 64 bits or more
     scaled <<= exponent;
   } else if (-exponent >= 111) {
     scaled = 0;  // below half of the last digit: rounds to zero
@@ -156,7 +160,7 @@ bool printFixedExactly(char* out, double number, int32_t precision) {
     scaled >>= shift;
     if (rest > half || (rest == half && (scaled & 1) != 0)) ++scaled;
   }
-  if ((scaled >> 64) != 0) return false;
+  if ((scaled >> 64) != 0) return 0;
   const auto digits = static_cast<uint64_t>(scaled);
 
   char text[48];
@@ -168,18 +172,19 @@ bool printFixedExactly(char* out, double number, int32_t precision) {
   }
   first = putDigitsBefore(first, digits / kPowersOfTen[precision], 1);
   if (negative) *--first = '-';  // printf keeps the sign of -0.0 and of what rounds to it
-  const auto length = static_cast<size_t>(end - first);
+  const auto length = static_cast<uint32_t>(end - first);
   std::memcpy(out, first, length);
   out[length] = '\0';
-  return true;
+  return length;
 }
 
 // The number as "%.*lf" (fixed) or "%.*e" (scientific) prints it, into out
 // (kWorkSize bytes), cut to kMaxDisplay characters.
-void printFloat(char* out, double number, int32_t decimals, std::chars_format style) {
-  if (style == std::chars_format::fixed &&
-      printFixedExactly(out, number, usablePrecision(decimals)))
-    return;
+uint32_t printFloat(char* out, double number, int32_t decimals, std::chars_format style) {
+  if (style == std::chars_format::fixed) {
+    const uint32_t length = printFixedExactly(out, number, usablePrecision(decimals));
+    if (length != 0) return length;
+  }
   char scratch[kScratchSize];
   const std::to_chars_result printed =
       std::to_chars(scratch, scratch + kScratchSize - 1, number, style, usablePrecision(decimals));
@@ -187,41 +192,48 @@ void printFloat(char* out, double number, int32_t decimals, std::chars_format st
   // it not, the display text is empty rather than wrong.
   if (printed.ec != std::errc()) {
     out[0] = '\0';
-    return;
+    return 0;
   }
   *printed.ptr = '\0';
-  copyCut(out, scratch);
+  return copyCut(out, scratch);
 }
 
 // --- Codes ------------------------------------------------------------------
 
-void formatCurrency(char* work, double number, int32_t decimals) {
+uint32_t formatComma(char* work, double number, int32_t decimals) {
+  printFloat(work, number, decimals, std::chars_format::fixed);
+  wzInsertCommas(work);
+  return static_cast<uint32_t>(std::strlen(work));
+}
+
+uint32_t formatCurrency(char* work, double number, int32_t decimals) {
   char grouped[kWorkSize];
   printFloat(grouped, number, decimals, std::chars_format::fixed);
   wzInsertCommas(grouped);
-  copyCut(work, "$");
-  appendCut(work, grouped);
+  return appendCut(work, copyCut(work, "$"), grouped);
 }
 
-void formatPercent(char* work, double number, int32_t decimals) {
-  printFloat(work, number * kPercentFactor, decimals, std::chars_format::fixed);
-  appendCut(work, "%");
+uint32_t formatPercent(char* work, double number, int32_t decimals) {
+  const uint32_t length =
+      printFloat(work, number * kPercentFactor, decimals, std::chars_format::fixed);
+  return appendCut(work, length, "%");
 }
 
 // "%.*E": as "%.*e" with the letters (exponent, INF, NAN) in upper case.
-void formatScientific(char* work, double number, int32_t decimals) {
-  printFloat(work, number, decimals, std::chars_format::scientific);
+uint32_t formatScientific(char* work, double number, int32_t decimals) {
+  const uint32_t length = printFloat(work, number, decimals, std::chars_format::scientific);
   upperCaseAscii(work);
+  return length;
 }
 
 // Only a lower-case 'e' in the value text asks for scientific notation.
-void formatGeneral(char* work, const char* text, double number, int32_t decimals) {
+uint32_t formatGeneral(char* work, const char* text, double number, int32_t decimals) {
   const bool scientific = *wzFindOrEnd(text, 'e') != '\0';
-  printFloat(work, number, decimals,
-             scientific ? std::chars_format::scientific : std::chars_format::fixed);
+  return printFloat(work, number, decimals,
+                    scientific ? std::chars_format::scientific : std::chars_format::fixed);
 }
 
-void formatBar(char* work, double number) {
+uint32_t formatBar(char* work, double number) {
   // Truncated toward zero; below one (negative and NaN included) no bar.
   uint32_t count = 0;
   if (number >= static_cast<double>(kBarLimit)) {
@@ -231,11 +243,12 @@ void formatBar(char* work, double number) {
   }
   std::memset(work, kBarChar, count);
   work[count] = '\0';
+  return count;
 }
 
-void formatBoolean(char* work, double number) {
+uint32_t formatBoolean(char* work, double number) {
   // -0.0 equals 0.0; a NaN equals nothing and so is TRUE.
-  copyCut(work, number == 0.0 ? "FALSE" : "TRUE");
+  return copyCut(work, number == 0.0 ? "FALSE" : "TRUE");
 }
 
 // --- Dates and times ---------------------------------------------------------
@@ -272,7 +285,7 @@ constexpr const char* kDatePatterns[kLastDateStyle + 1] = {
     "",       "",      "F d, Cy", "M D, Cy", "D M y", "m/D/y",  "D.m.y",   "Cy-m-D", "y-m-D",
     "Cy m D", "y m D", "CymD",    "ymD",     "D/m/y", "D.m.Cy", "M D, Cy", "F Cy"};
 
-void formatDate(char* work, char* text, double number, int32_t dateStyle) {
+uint32_t formatDate(char* work, char* text, double number, int32_t dateStyle) {
   int16_t year;
   int16_t month;
   int16_t day;
@@ -298,10 +311,11 @@ void formatDate(char* work, char* text, double number, int32_t dateStyle) {
     }
   }
   *out = '\0';
+  return static_cast<uint32_t>(out - work);
 }
 
 // "hh:mm:ss", "hh:mm", and the same on the 12-hour clock with " AM" or " PM".
-void formatTime(char* work, double number, uint32_t formatCode) {
+uint32_t formatTime(char* work, double number, uint32_t formatCode) {
   int16_t hour;
   int16_t minute;
   int16_t second;
@@ -332,6 +346,7 @@ void formatTime(char* work, double number, uint32_t formatCode) {
     out = putText(out, half);
   }
   *out = '\0';
+  return static_cast<uint32_t>(out - work);
 }
 
 // --- Preparing the value ----------------------------------------------------
@@ -348,26 +363,24 @@ void cutAfterFirstBlank(char* text) {
   if (*blank != '\0') blank[1] = '\0';
 }
 
-void formatByCode(char* work, char* text, double number, uint32_t formatCode, int32_t decimals,
-                  int32_t dateStyle) {
+// The display text into work; returns its length.
+uint32_t formatByCode(char* work, char* text, double number, uint32_t formatCode, int32_t decimals,
+                      int32_t dateStyle) {
   switch (formatCode) {
-    case kDate: formatDate(work, text, number, dateStyle); break;
-    case kComma:
-      printFloat(work, number, decimals, std::chars_format::fixed);
-      wzInsertCommas(work);
-      break;
-    case kCurrency: formatCurrency(work, number, decimals); break;
-    case kFixed: printFloat(work, number, decimals, std::chars_format::fixed); break;
+    case kDate: return formatDate(work, text, number, dateStyle);
+    case kComma: return formatComma(work, number, decimals);
+    case kCurrency: return formatCurrency(work, number, decimals);
+    case kFixed: return printFloat(work, number, decimals, std::chars_format::fixed);
     case kTime12Hms:
     case kTime12Hm:
     case kTime24Hms:
-    case kTime24Hm: formatTime(work, number, formatCode); break;
-    case kBar: formatBar(work, number); break;
-    case kGeneral: formatGeneral(work, text, number, decimals); break;
-    case kBoolean: formatBoolean(work, number); break;
-    case kPercent: formatPercent(work, number, decimals); break;
-    case kScientific: formatScientific(work, number, decimals); break;
-    default: copyCut(work, text); break;  // labels, strings, 2..16, unknown codes
+    case kTime24Hm: return formatTime(work, number, formatCode);
+    case kBar: return formatBar(work, number);
+    case kGeneral: return formatGeneral(work, text, number, decimals);
+    case kBoolean: return formatBoolean(work, number);
+    case kPercent: return formatPercent(work, number, decimals);
+    case kScientific: return formatScientific(work, number, decimals);
+    default: return copyCut(work, text);  // labels, strings, 2..16, unknown codes
   }
 }
 
@@ -486,13 +499,16 @@ char* wzFormatVal(SheetReader* sheet, char* valueText, uint32_t formatCode, int3
   work[0] = '\0';
   // An empty text value is not complete: the next line continues it.
   int complete = 0;
+  GatheredText result{};
   if (text[0] != '\0') {
-    formatByCode(work, text, number, formatCode, decimals, dateStyle);
-    if (textCode) complete = wzProcessString(work, static_cast<int32_t>(formatCode));
+    result.length = formatByCode(work, text, number, formatCode, decimals, dateStyle);
+    if (textCode) {
+      complete = wzProcessString(work, static_cast<int32_t>(formatCode));
+      // Decoding shrinks the text, and may end it early with a decoded NUL.
+      result.length = static_cast<uint32_t>(std::strlen(work));
+    }
   }
 
-  GatheredText result{};
-  result.length = static_cast<uint32_t>(std::strlen(work));
   result.block = static_cast<char*>(hostAlloc(sheet->services, result.length + 1));
   if (result.block == nullptr) return nullptr;
   std::memcpy(result.block, work, result.length + 1);
