@@ -21,14 +21,16 @@ namespace fs = std::filesystem;
 namespace wzss::cli {
 namespace {
 
-bool writeStdout(std::string_view content) {
-  return std::fwrite(content.data(), 1, content.size(), stdout) == content.size() &&
+bool writeStdout(const PieceProducer& content) {
+  return content([](std::string_view piece) {
+           return std::fwrite(piece.data(), 1, piece.size(), stdout) == piece.size();
+         }) &&
          std::fflush(stdout) == 0;
 }
 
 // The text goes to OUT, whose absolute path is then printed so a script or
 // a person knows where to look, or to stdout without OUT.
-int emit(const std::string& output, std::string_view content) {
+int emit(const std::string& output, const PieceProducer& content) {
   if (output.empty() || output == "-") {
     if (!writeStdout(content)) return fail("stdout", "write error");
     return kExitOk;
@@ -37,6 +39,10 @@ int emit(const std::string& output, std::string_view content) {
   if (!writeFileAtomically(output, content, &error)) return fail(output, error);
   fmt::print("{}\n", fs::absolute(output).lexically_normal().string());
   return kExitOk;
+}
+
+int emit(const std::string& output, std::string_view content) {
+  return emit(output, [content](const PieceWriter& write) { return write(content); });
 }
 
 // A sheet by exact name first (a sheet may be called "2"), then by number;
@@ -79,7 +85,7 @@ class CsvCommandSink : public CsvSink {
   bool wants(const host::SheetInfo& info) override {
     return directory_.has_value() || info.number == target_ + 1;
   }
-  bool sheet(const host::SheetInfo& info, std::string_view csv) override {
+  bool sheet(const host::SheetInfo& info, const PieceProducer& csv) override {
     if (directory_) return directory_->sheet(info, csv);
     emitted_ = emit(output_, csv);
     return false;  // the one sheet is out

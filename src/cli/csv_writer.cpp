@@ -56,12 +56,60 @@ std::string takeField(std::string_view& text) {
   return field;
 }
 
+// Where writeInOrder puts the CSV: a string that takes all of it...
+class StringOutput {
+ public:
+  explicit StringOutput(std::string& text) : text_(text) {}
+  void reserve(uint64_t size) { text_.reserve(text_.size() + size); }
+  void append(std::string_view text) { text_ += text; }
+  void append(size_t count, char ch) { text_.append(count, ch); }
+
+ private:
+  std::string& text_;
+};
+
+// ... or a piece of about CsvSheet::kPieceSize bytes, handed on when full
+// and filled again, so that a sheet's CSV is never copied whole. After a
+// refused piece the rest is dropped.
+class PieceOutput {
+ public:
+  PieceOutput(std::string& piece, const PieceWriter& write) : piece_(piece), write_(write) {
+    piece_.clear();
+  }
+  void reserve(uint64_t) {}
+  void append(std::string_view text) {
+    piece_ += text;
+    if (piece_.size() >= CsvSheet::kPieceSize) flush();
+  }
+  void append(size_t count, char ch) {
+    piece_.append(count, ch);
+    if (piece_.size() >= CsvSheet::kPieceSize) flush();
+  }
+  // Hands on what is left; false when any piece was refused.
+  bool finish() {
+    if (!piece_.empty()) flush();
+    return ok_;
+  }
+
+ private:
+  void flush() {
+    if (ok_) ok_ = write_(piece_);
+    piece_.clear();
+  }
+
+  std::string& piece_;
+  const PieceWriter& write_;
+  bool ok_ = true;
+};
+
 // Builds each sheet's CSV while its items arrive and hands it to the sink
-// when the sheet ends; one sheet and one output buffer are kept, reused
-// from sheet to sheet.
+// when the sheet ends; one sheet is kept, reused from sheet to sheet.
 class CsvStreamer : public host::SheetVisitor {
  public:
-  CsvStreamer(const CsvOptions& options, CsvSink& sink) : sheet_(options), sink_(sink) {}
+  CsvStreamer(const CsvOptions& options, CsvSink& sink)
+      : sheet_(options),
+        sink_(sink),
+        csv_([this](const PieceWriter& write) { return sheet_.write(write); }) {}
 
   void beginWorkbook(const std::vector<host::SheetInfo>& sheets) override {
     done_ = !sink_.begin(sheets);
@@ -73,15 +121,13 @@ class CsvStreamer : public host::SheetVisitor {
     return true;
   }
   void endSheet(const host::SheetInfo& info, const host::SheetStats&) override {
-    csv_.clear();
-    sheet_.write(csv_);
     done_ = !sink_.sheet(info, csv_);
   }
 
  private:
   CsvSheet sheet_;
   CsvSink& sink_;
-  std::string csv_;
+  const PieceProducer csv_;
   bool done_ = false;
 };
 
@@ -121,6 +167,27 @@ void CsvSheet::HiddenLines::settle() {
     hidden += uint64_t{span.last} - span.first + 1;
   }
   spans_ = std::move(merged);
+  hiddenTotal_ = hidden;
+  lastHidden_ = spans_.empty() ? 0 : spans_.back().last;
+  table_.clear();
+  const uint64_t tableLines = std::min(lastHidden_, kTableLines);
+  auto span = spans_.begin();
+  uint32_t shown = 0;
+  for (uint64_t line = 1; line <= tableLines; ++line) {
+    while (span != spans_.end() && span->last < line) ++span;
+    if (span != spans_.end() && span->first <= line) {
+      table_.push_back(kHiddenEntry);
+    } else {
+      table_.push_back(shown++);
+    }
+  }
+}
+
+void CsvSheet::HiddenLines::clear() {
+  spans_.clear();
+  settled_ = true;
+  lastHidden_ = hiddenTotal_ = 0;
+  table_.clear();
 }
 
 bool CsvSheet::HiddenLines::find(uint32_t index) const {
@@ -178,10 +245,6 @@ bool CsvSheet::rowShown(uint32_t row) const {
   return options_.keepHidden || !hiddenRows_.contains(row);
 }
 
-bool CsvSheet::columnShown(uint32_t column) const {
-  return options_.keepHidden || !hiddenColumns_.contains(column);
-}
-
 void CsvSheet::addCell(uint32_t row, uint32_t column, std::string_view text) {
   if (!cellsStarted_) settleHiddenLines();
   if (inOrder_ && cellsStarted_ && std::tie(row, column) <= std::tie(lastCellRow_, lastCellColumn_))
@@ -194,13 +257,17 @@ void CsvSheet::addCell(uint32_t row, uint32_t column, std::string_view text) {
 
   textRows_ = std::max(textRows_, row);
   textColumns_ = std::max(textColumns_, column);
-  if (row == 0 || column == 0 || !rowShown(row) || !columnShown(column))
-    return keep(row, column, text);
+  if (row == 0 || column == 0) return keep(row, column, text);
+  if (row != askedRow_) {
+    askedRow_ = row;
+    askedRowShown_ = rowShown(row);
+  }
+  const uint64_t field =
+      options_.keepHidden ? uint64_t{column} - 1 : hiddenColumns_.shownBefore(column);
+  if (!askedRowShown_ || field == HiddenLines::kHidden) return keep(row, column, text);
 
   if (rows_.empty() || rows_.back().row != row) rows_.push_back({row, body_.size(), 0});
   RowText& line = rows_.back();
-  const uint64_t field =
-      column - 1 - (options_.keepHidden ? 0 : hiddenColumns_.countBefore(column));
   // The separators of the empty fields before this one.
   body_.append(line.fields == 0 ? field : field - line.fields + 1, ',');
   appendField(text, body_);
@@ -241,6 +308,7 @@ void CsvSheet::clear() {
   cellsStarted_ = false;
   inOrder_ = true;
   lastCellRow_ = lastCellColumn_ = 0;
+  askedRow_ = 0;
   textRows_ = textColumns_ = 0;
   body_.clear();
   rows_.clear();
@@ -254,6 +322,18 @@ void CsvSheet::settleHiddenLines() {
 }
 
 void CsvSheet::write(std::string& out) {
+  StringOutput output(out);
+  writeTo(output);
+}
+
+bool CsvSheet::write(const PieceWriter& write) {
+  PieceOutput output(piece_, write);
+  writeTo(output);
+  return output.finish();
+}
+
+template <class Output>
+void CsvSheet::writeTo(Output& out) {
   settleHiddenLines();
   if (inOrder_) return writeInOrder(out);
   // Sorted by position; of several entries for one position the last one
@@ -275,25 +355,27 @@ void CsvSheet::write(std::string& out) {
   ordered.writeInOrder(out);
 }
 
-void CsvSheet::writeInOrder(std::string& out) const {
+template <class Output>
+void CsvSheet::writeInOrder(Output& out) const {
   const uint64_t width =
       textColumns_ -
       (options_.keepHidden ? 0 : hiddenColumns_.countBefore(uint64_t{textColumns_} + 1));
   // Room for every field and a full row's separators and end per row, so
   // the output grows once.
-  out.reserve(out.size() + body_.size() + uint64_t{textRows_} * (width + kRecordEnd.size()));
+  out.reserve(body_.size() + uint64_t{textRows_} * (width + kRecordEnd.size()));
+  const std::string_view body(body_);
   auto next = rows_.begin();
   for (uint64_t row = 1; row <= textRows_; ++row) {
     if (!rowShown(static_cast<uint32_t>(row))) continue;
     uint64_t fields = 0;
     if (next != rows_.end() && next->row == row) {
       const uint64_t end = std::next(next) != rows_.end() ? std::next(next)->offset : body_.size();
-      out.append(body_, next->offset, end - next->offset);
+      out.append(body.substr(next->offset, end - next->offset));
       fields = next->fields;
       ++next;
     }
     if (width > 0) out.append(fields == 0 ? width - 1 : width - fields, ',');
-    out += kRecordEnd;
+    out.append(kRecordEnd);
   }
 }
 

@@ -10,6 +10,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -27,6 +28,12 @@ struct CsvOptions {
 
 // One field, quoted when it needs to be.
 std::string csvField(std::string_view text);
+
+// Text handed over in pieces, in order, so that a large text is never held
+// whole a second time: a producer calls the writer with each piece and
+// gives up, returning false, as soon as the writer returns false.
+using PieceWriter = std::function<bool(std::string_view piece)>;
+using PieceProducer = std::function<bool(const PieceWriter& write)>;
 
 // A sheet's CSV built while its items arrive. A workbook written in order
 // gives its hidden runs first and then its cells row by row: each field is
@@ -52,6 +59,10 @@ class CsvSheet {
   // Appends the CSV to out.
   void write(std::string& out);
   std::string text();
+  // Hands the CSV to write in pieces of about kPieceSize bytes; false when
+  // write refused one.
+  bool write(const PieceWriter& write);
+  static constexpr size_t kPieceSize = 256 * 1024;
 
  private:
   // The fields of one row written so far: body_ from offset to the next
@@ -76,15 +87,24 @@ class CsvSheet {
   // comes after the last add() and before the first question.
   class HiddenLines {
    public:
+    static constexpr uint64_t kHidden = UINT64_MAX;
+
     void add(const Run& run);
     void settle();
-    void clear() {
-      spans_.clear();
-      settled_ = true;
-    }
-    bool contains(uint32_t index) const { return !spans_.empty() && find(index); }
+    void clear();
+    bool contains(uint32_t index) const { return index != 0 && shownBefore(index) == kHidden; }
     // Hidden lines among 1 .. index - 1.
     uint64_t countBefore(uint64_t index) const { return spans_.empty() ? 0 : count(index); }
+    // Shown lines among 1 .. index - 1, or kHidden when line index (from 1,
+    // never 0) is hidden: a cell's field number in one question. Asked once per
+    // cell, so the lines past the last hidden one and those the table
+    // covers are answered without a search.
+    uint64_t shownBefore(uint64_t index) const {
+      if (index > lastHidden_) return index - 1 - hiddenTotal_;
+      if (index <= table_.size())
+        return table_[index - 1] == kHiddenEntry ? kHidden : table_[index - 1];
+      return find(static_cast<uint32_t>(index)) ? kHidden : index - 1 - count(index);
+    }
     // The index of the shown line that has `shown` shown lines before it.
     uint32_t shownAt(uint64_t shown) const;
 
@@ -94,19 +114,29 @@ class CsvSheet {
       uint32_t last;
       uint64_t hiddenBefore;
     };
-    // The two questions for a sheet that hides something; most hide nothing.
+    // The table covers the lines up to the last hidden one, or this many.
+    static constexpr uint64_t kTableLines = 4096;
+    static constexpr uint32_t kHiddenEntry = UINT32_MAX;
+
+    // The questions for lines the table does not cover.
     bool find(uint32_t index) const;
     uint64_t count(uint64_t index) const;
     std::vector<Span> spans_;
     bool settled_ = true;
+    uint64_t lastHidden_ = 0;
+    uint64_t hiddenTotal_ = 0;
+    // Line i + 1's shown lines before it, or kHiddenEntry.
+    std::vector<uint32_t> table_;
   };
 
   void keep(uint32_t row, uint32_t column, std::string_view text);
   void stopWritingInOrder();
   void settleHiddenLines();
   bool rowShown(uint32_t row) const;
-  bool columnShown(uint32_t column) const;
-  void writeInOrder(std::string& out) const;
+  template <class Output>
+  void writeInOrder(Output& out) const;
+  template <class Output>
+  void writeTo(Output& out);
 
   CsvOptions options_;
   HiddenLines hiddenRows_;
@@ -115,6 +145,10 @@ class CsvSheet {
   bool inOrder_ = true;
   uint32_t lastCellRow_ = 0;
   uint32_t lastCellColumn_ = 0;
+  // Whether a row is shown is asked once per row, as cells come row by row;
+  // row 0 is never asked.
+  uint32_t askedRow_ = 0;
+  bool askedRowShown_ = false;
   // The rows and columns up to the last text.
   uint32_t textRows_ = 0;
   uint32_t textColumns_ = 0;
@@ -122,6 +156,8 @@ class CsvSheet {
   std::vector<RowText> rows_;
   std::vector<Entry> entries_;
   std::string texts_;
+  // The piece being filled for write(const PieceWriter&), reused.
+  std::string piece_;
 };
 
 // The same for a gathered sheet model.
@@ -136,8 +172,9 @@ class CsvSink {
   virtual bool begin(const std::vector<host::SheetInfo>& sheets) = 0;
   // Whether a sheet is read at all.
   virtual bool wants(const host::SheetInfo&) { return true; }
-  // A sheet's CSV, as soon as the sheet has been read. False wants no more.
-  virtual bool sheet(const host::SheetInfo& info, std::string_view csv) = 0;
+  // A sheet's CSV, as soon as the sheet has been read, handed over in
+  // pieces when the sink calls csv. False wants no more.
+  virtual bool sheet(const host::SheetInfo& info, const PieceProducer& csv) = 0;
 };
 
 // Reads the workbook at path through the plug-in into sink; *bytes receives

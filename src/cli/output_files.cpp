@@ -27,6 +27,12 @@ bool createParent(const fs::path& path, std::string* error) {
 }  // namespace
 
 bool writeFileAtomically(const std::string& path, std::string_view content, std::string* error) {
+  return writeFileAtomically(
+      path, [content](const PieceWriter& write) { return write(content); }, error);
+}
+
+bool writeFileAtomically(const std::string& path, const PieceProducer& content,
+                         std::string* error) {
   if (!createParent(path, error)) return false;
   const std::string partial = path + ".part";
   std::FILE* file = std::fopen(partial.c_str(), "wb");
@@ -34,7 +40,9 @@ bool writeFileAtomically(const std::string& path, std::string_view content, std:
     *error = "cannot write " + partial + ": " + errnoText();
     return false;
   }
-  const bool written = std::fwrite(content.data(), 1, content.size(), file) == content.size();
+  const bool written = content([file](std::string_view piece) {
+    return std::fwrite(piece.data(), 1, piece.size(), file) == piece.size();
+  });
   const bool closed = std::fclose(file) == 0;
   std::error_code code;
   if (!written || !closed) {
@@ -58,7 +66,7 @@ bool CsvDirectory::begin(const std::vector<host::SheetInfo>&) {
   return error_.empty();
 }
 
-bool CsvDirectory::sheet(const host::SheetInfo& info, std::string_view csv) {
+bool CsvDirectory::sheet(const host::SheetInfo& info, const PieceProducer& csv) {
   const std::string stem = safeNameStem(info.name, "sheet-" + std::to_string(info.number));
   const std::string path = (fs::path(directory_) / names_.take(stem, ".csv")).string();
   if (!writeFileAtomically(path, csv, &error_)) return false;

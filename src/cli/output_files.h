@@ -16,6 +16,8 @@ namespace wzss::cli {
 // Writes content to "<path>.part" and renames it to path. Creates missing
 // parent directories. False with *error set when anything fails.
 bool writeFileAtomically(const std::string& path, std::string_view content, std::string* error);
+// The same for content handed over in pieces.
+bool writeFileAtomically(const std::string& path, const PieceProducer& content, std::string* error);
 
 // One CSV file per sheet in a directory (created when missing), named after
 // the sheets with safeNameStem and made unique, each file written as soon as
@@ -24,7 +26,7 @@ class CsvDirectory : public CsvSink {
  public:
   explicit CsvDirectory(std::string directory) : directory_(std::move(directory)) {}
   bool begin(const std::vector<host::SheetInfo>& sheets) override;
-  bool sheet(const host::SheetInfo& info, std::string_view csv) override;
+  bool sheet(const host::SheetInfo& info, const PieceProducer& csv) override;
 
   // The files written, in sheet order.
   const std::vector<std::string>& written() const { return written_; }

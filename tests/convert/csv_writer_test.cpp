@@ -149,50 +149,110 @@ std::string plainCsv(const std::vector<host::Item>& items, bool keepHidden) {
   return csv;
 }
 
-// Random sheets, most of them in order as workbooks are written, some with
-// cells out of order, repeated positions or hidden runs after the cells:
-// the fields written as cells arrive, and their rewrite into sorted form
-// when the order breaks, must give what the plain reading gives.
-TEST(CsvSheet, AgreesWithThePlainReadingOnRandomSheets) {
+// A random sheet, most of them in order as workbooks are written, some with
+// cells out of order, repeated positions or hidden runs after the cells;
+// its hidden runs and cells start at the given row and column.
+std::vector<host::Item> randomSheet(std::mt19937& random, uint32_t firstRow, uint32_t firstColumn) {
   const std::optional<std::string> texts[] = {
       "a", "", "x,y", "say \"hi\"", "\"", "two\r\nlines", ",", "long text here", std::nullopt};
-  std::mt19937 random(7);
   auto below = [&random](uint32_t n) { return static_cast<uint32_t>(random() % n); };
-  for (int round = 0; round < 3000; ++round) {
-    std::vector<host::Item> items;
-    auto hideSomething = [&] {
-      const uint32_t first = below(8), last = first + below(3);
-      if (below(2) == 0)
-        items.emplace_back(host::RowRun{first, last, 0});
-      else
-        items.emplace_back(host::ColumnRun{first, last, below(4) == 0 ? 300u : 0u});
-    };
-    for (uint32_t runs = below(4); runs > 0; --runs) hideSomething();
-    const bool disorderly = below(3) == 0;
-    uint32_t row = 0, column = 0;
-    for (uint32_t cells = below(25); cells > 0; --cells) {
-      if (disorderly && below(4) == 0) {
-        row = below(9);
-        column = below(9);
-      } else if (below(3) == 0) {
-        row += 1 + below(2);
-        column = below(3);
-      } else {
-        column += 1 + below(3);
-      }
-      host::Cell cell = textCell(row, column, "");
-      cell.text = texts[below(std::size(texts))];
-      if (below(10) == 0) cell.hasFont = 0;  // a formatted empty cell when it has no text
-      items.emplace_back(std::move(cell));
-      if (disorderly && below(8) == 0) hideSomething();
+  std::vector<host::Item> items;
+  auto hideSomething = [&] {
+    if (below(2) == 0) {
+      const uint32_t first = firstRow + below(8);
+      items.emplace_back(host::RowRun{first, first + below(3), 0});
+    } else {
+      const uint32_t first = firstColumn + below(8);
+      items.emplace_back(host::ColumnRun{first, first + below(3), below(4) == 0 ? 300u : 0u});
     }
-    for (const bool keepHidden : {false, true}) {
-      CsvSheet sheet({.keepHidden = keepHidden});
-      for (const host::Item& item : items) sheet.add(item);
-      ASSERT_EQ(sheet.text(), plainCsv(items, keepHidden))
-          << "round " << round << (keepHidden ? ", hidden kept" : "");
+  };
+  for (uint32_t runs = below(4); runs > 0; --runs) hideSomething();
+  const bool disorderly = below(3) == 0;
+  uint32_t row = firstRow, column = firstColumn;
+  for (uint32_t cells = below(25); cells > 0; --cells) {
+    if (disorderly && below(4) == 0) {
+      row = firstRow + below(9);
+      column = firstColumn + below(9);
+    } else if (below(3) == 0) {
+      row += 1 + below(2);
+      column = firstColumn + below(3);
+    } else {
+      column += 1 + below(3);
+    }
+    host::Cell cell = textCell(row, column, "");
+    cell.text = texts[below(std::size(texts))];
+    if (below(10) == 0) cell.hasFont = 0;  // a formatted empty cell when it has no text
+    items.emplace_back(std::move(cell));
+    if (disorderly && below(8) == 0) hideSomething();
+  }
+  return items;
+}
+
+// The fields written as cells arrive, and their rewrite into sorted form
+// when the order breaks, must give what the plain reading gives: near the
+// sheet's start, where row 0 and column 0 come up, and past its first few
+// thousand rows or columns, where hidden lines are looked up differently.
+// One sheet per option serves every round, cleared in between, as the
+// workbook's sheets share one.
+TEST(CsvSheet, AgreesWithThePlainReadingOnRandomSheets) {
+  const struct {
+    uint32_t firstRow, firstColumn;
+    int rounds;
+  } places[] = {{0, 0, 3000}, {4093, 1, 150}, {1, 4093, 150}, {65530, 1, 20}};
+  std::mt19937 random(7);
+  CsvSheet hiding({.keepHidden = false}), keeping({.keepHidden = true});
+  for (const auto& place : places) {
+    for (int round = 0; round < place.rounds; ++round) {
+      const std::vector<host::Item> items = randomSheet(random, place.firstRow, place.firstColumn);
+      for (const bool keepHidden : {false, true}) {
+        CsvSheet& sheet = keepHidden ? keeping : hiding;
+        sheet.clear();
+        for (const host::Item& item : items) sheet.add(item);
+        ASSERT_EQ(sheet.text(), plainCsv(items, keepHidden))
+            << "from row " << place.firstRow << " column " << place.firstColumn << ", round "
+            << round << (keepHidden ? ", hidden kept" : "");
+      }
     }
   }
+}
+
+// The CSV in pieces: the same text as a whole, no piece much larger than
+// the piece size, and nothing more asked of a writer that refused a piece.
+TEST(CsvSheet, HandsItsTextOverInPieces) {
+  CsvSheet sheet;
+  sheet.add(host::Item(host::ColumnRun{2, 2, 0}));
+  const std::string row(100, 'r');
+  for (uint32_t i = 1; i <= 10000; ++i) {
+    sheet.add(host::Item(textCell(i, 1, row + std::to_string(i))));
+    sheet.add(host::Item(textCell(i, 3, "x,y")));
+  }
+  const std::string whole = sheet.text();
+  ASSERT_GT(whole.size(), 3 * CsvSheet::kPieceSize);
+
+  std::string joined;
+  std::vector<size_t> sizes;
+  EXPECT_TRUE(sheet.write([&](std::string_view piece) {
+    joined += piece;
+    sizes.push_back(piece.size());
+    return true;
+  }));
+  EXPECT_EQ(joined, whole);
+  ASSERT_GE(sizes.size(), 4u);
+  EXPECT_GT(sizes.back(), 0u);
+  for (size_t i = 0; i + 1 < sizes.size(); ++i) {
+    EXPECT_GE(sizes[i], CsvSheet::kPieceSize) << "piece " << i;
+    EXPECT_LT(sizes[i], CsvSheet::kPieceSize + row.size() + 16) << "piece " << i;
+  }
+
+  size_t asked = 0;
+  EXPECT_FALSE(sheet.write([&](std::string_view) { return ++asked > 1; }));
+  EXPECT_EQ(asked, 1u);
+  // A sheet without text hands over nothing.
+  CsvSheet empty;
+  EXPECT_TRUE(empty.write([](std::string_view) {
+    ADD_FAILURE() << "a piece of an empty sheet";
+    return true;
+  }));
 }
 
 TEST(WriteCsv, TheStyledWorkbookMatchesItsDisplayTexts) {

@@ -61,8 +61,12 @@ TEST(CsvDirectory, NamesOneFilePerSheetSafelyAndUniquely) {
   convert_test::TempDir dir;
   CsvDirectory directory((dir.path() / "out").string());
   ASSERT_TRUE(directory.begin(sheets)) << directory.error();
-  for (const host::SheetInfo& sheet : sheets)
-    ASSERT_TRUE(directory.sheet(sheet, csvField(sheet.name) + "\r\n")) << directory.error();
+  for (const host::SheetInfo& sheet : sheets) {
+    // Handed over in two pieces, as a sheet's CSV is.
+    const std::string field = csvField(sheet.name);
+    const auto csv = [&field](const PieceWriter& write) { return write(field) && write("\r\n"); };
+    ASSERT_TRUE(directory.sheet(sheet, csv)) << directory.error();
+  }
   const auto& written = directory.written();
   ASSERT_EQ(written.size(), 4u);
   const std::filesystem::path out = dir.path() / "out";
@@ -81,6 +85,27 @@ TEST(WriteFileAtomically, ReportsAPlaceItCannotWrite) {
   std::string error;
   EXPECT_FALSE(writeFileAtomically((dir.path() / "file" / "below.html").string(), "text", &error));
   EXPECT_FALSE(error.empty());
+}
+
+// Content in pieces lands whole; content whose writing broke off leaves
+// neither the file nor its partial file, and an older file stays as it was.
+TEST(WriteFileAtomically, WritesPiecesAndLeavesNothingWhenTheyBreakOff) {
+  convert_test::TempDir dir;
+  const std::string path = (dir.path() / "sheet.csv").string();
+  std::string error;
+  ASSERT_TRUE(writeFileAtomically(
+      path, [](const PieceWriter& write) { return write("a,b\r\n") && write("c,d\r\n"); }, &error))
+      << error;
+  EXPECT_EQ(convert_test::readFile(path), "a,b\r\nc,d\r\n");
+
+  const auto brokenOff = [](const PieceWriter& write) { return write("e,f\r\n") && false; };
+  EXPECT_FALSE(writeFileAtomically(path, brokenOff, &error));
+  EXPECT_NE(error.find("cannot write " + path + ".part"), std::string::npos) << error;
+  EXPECT_EQ(convert_test::readFile(path), "a,b\r\nc,d\r\n");
+  EXPECT_FALSE(std::filesystem::exists(path + ".part"));
+  const std::string fresh = (dir.path() / "fresh.csv").string();
+  EXPECT_FALSE(writeFileAtomically(fresh, brokenOff, &error));
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir.path()), {}), 1);
 }
 
 }  // namespace
