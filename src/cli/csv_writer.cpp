@@ -7,6 +7,7 @@ namespace wzss::cli {
 namespace {
 
 constexpr std::string_view kRecordEnd = "\r\n";
+constexpr std::string_view kQuote = "\"";
 
 // A comma, a double quote, CR or LF. A plain loop: on a cell's few bytes,
 // find_first_of calls memchr once per byte.
@@ -16,17 +17,22 @@ bool needsQuotes(std::string_view text) {
   return false;
 }
 
-void appendField(std::string_view text, std::string& out) {
+// Into a string or a sheet's body: a field without marks in one piece, a
+// quoted one in the pieces between its quotes, each quote doubled.
+template <class Output>
+void appendField(std::string_view text, Output& out) {
   if (!needsQuotes(text)) {
-    out += text;
+    out.append(text);
     return;
   }
-  out += '"';
-  for (const char ch : text) {
-    if (ch == '"') out += '"';
-    out += ch;
+  out.append(kQuote);
+  for (size_t quote; (quote = text.find('"')) != std::string_view::npos;) {
+    out.append(text.substr(0, quote + 1));
+    out.append(kQuote);
+    text.remove_prefix(quote + 1);
   }
-  out += '"';
+  out.append(text);
+  out.append(kQuote);
 }
 
 // The field at the start of text, as appendField wrote it; text is left
@@ -213,6 +219,33 @@ uint32_t CsvSheet::HiddenLines::shownAt(uint64_t shown) const {
   return static_cast<uint32_t>(index);
 }
 
+// --- The body --------------------------------------------------------------
+
+void CsvSheet::Body::addBlock() {
+  blocks_.push_back(std::make_unique_for_overwrite<char[]>(kBlockSize));
+}
+
+void CsvSheet::Body::append(size_t count, char ch) {
+  while (count > 0) {
+    if (room() == 0) addBlock();
+    const uint64_t length = std::min<uint64_t>(count, room());
+    std::memset(end(), ch, length);
+    size_ += length;
+    count -= length;
+  }
+}
+
+// Fills the current block, then the next ones, adding blocks as needed.
+void CsvSheet::Body::appendAcross(std::string_view text) {
+  while (!text.empty()) {
+    if (room() == 0) addBlock();
+    const uint64_t length = std::min<uint64_t>(text.size(), room());
+    std::memcpy(end(), text.data(), length);
+    size_ += length;
+    text.remove_prefix(length);
+  }
+}
+
 // --- The sheet -------------------------------------------------------------
 
 void CsvSheet::add(const host::Item& item) {
@@ -285,8 +318,9 @@ void CsvSheet::stopWritingInOrder() {
   inOrder_ = false;
   for (size_t i = 0; i < rows_.size(); ++i) {
     const uint64_t end = i + 1 < rows_.size() ? rows_[i + 1].offset : body_.size();
-    std::string_view fields =
-        std::string_view(body_).substr(rows_[i].offset, end - rows_[i].offset);
+    std::string row;
+    body_.read(rows_[i].offset, end, [&row](std::string_view part) { row += part; });
+    std::string_view fields(row);
     for (uint64_t field = 0;; ++field) {
       const std::string text = takeField(fields);
       if (!text.empty()) {
@@ -363,14 +397,13 @@ void CsvSheet::writeInOrder(Output& out) const {
   // Room for every field and a full row's separators and end per row, so
   // the output grows once.
   out.reserve(body_.size() + uint64_t{textRows_} * (width + kRecordEnd.size()));
-  const std::string_view body(body_);
   auto next = rows_.begin();
   for (uint64_t row = 1; row <= textRows_; ++row) {
     if (!rowShown(static_cast<uint32_t>(row))) continue;
     uint64_t fields = 0;
     if (next != rows_.end() && next->row == row) {
       const uint64_t end = std::next(next) != rows_.end() ? std::next(next)->offset : body_.size();
-      out.append(body.substr(next->offset, end - next->offset));
+      body_.read(next->offset, end, [&out](std::string_view part) { out.append(part); });
       fields = next->fields;
       ++next;
     }

@@ -9,8 +9,11 @@
 // CsvOptions::keepHidden is set.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
+#include <cstring>
 #include <functional>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -129,6 +132,47 @@ class CsvSheet {
     std::vector<uint32_t> table_;
   };
 
+  // The fields written so far, in blocks that never move: a growing sheet
+  // neither copies what it holds nor touches fresh memory twice, and the
+  // blocks serve the next sheet.
+  class Body {
+   public:
+    uint64_t size() const { return size_; }
+    void append(std::string_view text) {
+      if (text.empty()) return;
+      if (text.size() < room()) {
+        std::memcpy(end(), text.data(), text.size());
+        size_ += text.size();
+      } else {
+        appendAcross(text);
+      }
+    }
+    void append(size_t count, char ch);
+    void clear() { size_ = 0; }
+    // Hands the bytes from begin to end to take, a block's part at a time.
+    template <class Take>
+    void read(uint64_t begin, uint64_t end, Take&& take) const {
+      while (begin < end) {
+        const uint64_t offset = begin % kBlockSize;
+        const uint64_t length = std::min(end - begin, kBlockSize - offset);
+        take(std::string_view(blocks_[begin / kBlockSize].get() + offset, length));
+        begin += length;
+      }
+    }
+
+   private:
+    static constexpr uint64_t kBlockSize = 1 << 20;
+    // Free bytes in the block size_ points into; 0 when it is not there yet.
+    uint64_t room() const {
+      return size_ / kBlockSize < blocks_.size() ? kBlockSize - size_ % kBlockSize : 0;
+    }
+    char* end() { return blocks_[size_ / kBlockSize].get() + size_ % kBlockSize; }
+    void addBlock();
+    void appendAcross(std::string_view text);
+    std::vector<std::unique_ptr<char[]>> blocks_;
+    uint64_t size_ = 0;
+  };
+
   void keep(uint32_t row, uint32_t column, std::string_view text);
   void stopWritingInOrder();
   void settleHiddenLines();
@@ -152,7 +196,7 @@ class CsvSheet {
   // The rows and columns up to the last text.
   uint32_t textRows_ = 0;
   uint32_t textColumns_ = 0;
-  std::string body_;
+  Body body_;
   std::vector<RowText> rows_;
   std::vector<Entry> entries_;
   std::string texts_;

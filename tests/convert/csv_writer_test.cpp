@@ -216,18 +216,24 @@ TEST(CsvSheet, AgreesWithThePlainReadingOnRandomSheets) {
   }
 }
 
-// The CSV in pieces: the same text as a whole, no piece much larger than
-// the piece size, and nothing more asked of a writer that refused a piece.
+// A sheet larger than a megabyte, whose fields fill more than one block of
+// its body. Its CSV in pieces: the same text as a whole, no piece much
+// larger than the piece size, and nothing more asked of a writer that
+// refused a piece. A late cell then sends the fields, read back across the
+// blocks, the sorted way.
 TEST(CsvSheet, HandsItsTextOverInPieces) {
-  CsvSheet sheet;
-  sheet.add(host::Item(host::ColumnRun{2, 2, 0}));
+  std::vector<host::Item> items;
+  items.emplace_back(host::ColumnRun{2, 2, 0});
   const std::string row(100, 'r');
   for (uint32_t i = 1; i <= 10000; ++i) {
-    sheet.add(host::Item(textCell(i, 1, row + std::to_string(i))));
-    sheet.add(host::Item(textCell(i, 3, "x,y")));
+    items.emplace_back(textCell(i, 1, row + std::to_string(i)));
+    items.emplace_back(textCell(i, 3, "x,\"y\""));
   }
+  CsvSheet sheet;
+  for (const host::Item& item : items) sheet.add(item);
   const std::string whole = sheet.text();
-  ASSERT_GT(whole.size(), 3 * CsvSheet::kPieceSize);
+  ASSERT_GT(whole.size(), 4 * CsvSheet::kPieceSize);
+  ASSERT_EQ(whole, plainCsv(items, false));
 
   std::string joined;
   std::vector<size_t> sizes;
@@ -247,6 +253,10 @@ TEST(CsvSheet, HandsItsTextOverInPieces) {
   size_t asked = 0;
   EXPECT_FALSE(sheet.write([&](std::string_view) { return ++asked > 1; }));
   EXPECT_EQ(asked, 1u);
+
+  items.emplace_back(textCell(1, 4, "late"));
+  sheet.add(items.back());
+  EXPECT_EQ(sheet.text(), plainCsv(items, false));
   // A sheet without text hands over nothing.
   CsvSheet empty;
   EXPECT_TRUE(empty.write([](std::string_view) {
