@@ -147,7 +147,15 @@ class CsvSheet {
         appendAcross(text);
       }
     }
-    void append(size_t count, char ch);
+    // Mostly the one separator before a field.
+    void append(size_t count, char ch) {
+      if (count == 1 && room() > 1) {
+        *end() = ch;
+        ++size_;
+      } else {
+        appendAcross(count, ch);
+      }
+    }
     void clear() { size_ = 0; }
     // Hands the bytes from begin to end to take, a block's part at a time.
     template <class Take>
@@ -169,6 +177,7 @@ class CsvSheet {
     char* end() { return blocks_[size_ / kBlockSize].get() + size_ % kBlockSize; }
     void addBlock();
     void appendAcross(std::string_view text);
+    void appendAcross(size_t count, char ch);
     std::vector<std::unique_ptr<char[]>> blocks_;
     uint64_t size_ = 0;
   };

@@ -32,6 +32,30 @@ TEST(CsvField, QuotesOnlyWhatNeedsQuoting) {
   for (const auto& c : cases) EXPECT_EQ(csvField(c.text), c.field) << c.text;
 }
 
+// Every mark at every place of texts up to 24 bytes long is found, among
+// neighbours just below and above a mark's value and bytes with the high
+// bit set.
+TEST(CsvField, FindsAMarkAnywhere) {
+  const char marks[] = {',', '"', '\r', '\n'};
+  const char neighbours[] = {'a',    '+',    '-',    '!',    '#',   '\x0b',
+                             '\x0c', '\x0e', '\x80', '\xac', '\xff'};
+  for (size_t length = 1; length <= 24; ++length) {
+    for (const char neighbour : neighbours) {
+      const std::string plain(length, neighbour);
+      ASSERT_EQ(csvField(plain), plain) << length << " x " << int(neighbour);
+      for (size_t at = 0; at < length; ++at) {
+        for (const char mark : marks) {
+          std::string text = plain;
+          text[at] = mark;
+          std::string quoted = mark == '"' ? text.substr(0, at + 1) + text.substr(at) : text;
+          ASSERT_EQ(csvField(text), "\"" + quoted + "\"")
+              << length << " x " << int(neighbour) << ", " << int(mark) << " at " << at;
+        }
+      }
+    }
+  }
+}
+
 SheetModel gridWithHiddenParts() {
   // Row 2 and column B hidden; texts in each corner of a 3 x 3 grid.
   host::Cell hidden;  // the plug-in delivers hidden cells without text
