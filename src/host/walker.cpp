@@ -117,10 +117,14 @@ struct Walker::Session {
     for (size_t i = 0; i < used; ++i) {
       if (buffers[i].get() != text) continue;
       const size_t size = strnlen(text, std::min<size_t>(length, capacities[i]));
-      if (out)
-        out->assign(text, size);
-      else
+      // clear and append: the string keeps its storage, and append skips
+      // assign's check for text inside the string itself.
+      if (out) {
+        out->clear();
+        out->append(text, size);
+      } else {
         out.emplace(text, size);
+      }
       return true;
     }
     return false;
