@@ -1,25 +1,49 @@
 #include "services.h"
 
+#include <sanitizer/asan_interface.h>  // its poisoning does nothing outside the sanitizer build
+
 #include <cstdlib>
 #include <cstring>
 
 #include "file_stream.h"
 
 namespace wzss::host {
-namespace {
 
 // Each block carries its size in front, so Free and Realloc can account
-// bytes without a side table. 16 bytes keep the payload max-aligned.
+// bytes without a side table. 16 bytes keep the payload max-aligned. A block
+// of a cached size class also carries its class; while it waits on its free
+// list, next links it to the following one.
 struct alignas(16) BlockHeader {
-  uint64_t size;
-  uint64_t magic;
+  union {
+    uint64_t size;
+    BlockHeader* next;
+  };
+  uint32_t magic;
+  uint32_t sizeClass;  // kUncached, or the payload capacity in kClassBytes
 };
-constexpr uint64_t kMagic = 0x777a73732d626c6bULL;  // "wzss-blk"
+
+namespace {
+
+constexpr uint32_t kMagic = 0x777a7373;  // "wzss"
+constexpr uint32_t kUncached = 0;
 
 BlockHeader* headerOf(void* block) {
   auto* header = static_cast<BlockHeader*>(block) - 1;
   if (header->magic != kMagic) std::abort();  // not ours, or freed twice
   return header;
+}
+
+uint64_t capacityOf(uint32_t sizeClass) { return uint64_t{sizeClass} * Services::kClassBytes; }
+
+// The sanitizer build keeps a block that waits for reuse unaddressable, so
+// a use after Free is still reported, and a reused block addressable only
+// up to the size asked for.
+void hideBlock(BlockHeader* header) {
+  ASAN_POISON_MEMORY_REGION(header + 1, capacityOf(header->sizeClass));
+}
+
+void showBlock(BlockHeader* header, uint64_t size) {
+  ASAN_UNPOISON_MEMORY_REGION(header + 1, size);
 }
 
 }  // namespace
@@ -37,7 +61,15 @@ Services::Services() {
   };
 }
 
-Services::~Services() = default;
+Services::~Services() {
+  for (BlockHeader*& list : freeBlocks_) {
+    while (list != nullptr) {
+      BlockHeader* next = list->next;
+      std::free(list);
+      list = next;
+    }
+  }
+}
 
 Services& Services::self(HostAllocator* allocator) {
   return *static_cast<Services*>(allocator->context);
@@ -48,17 +80,50 @@ bool Services::shouldFail() {
   return failAt_ != 0 && stats_.allocations == failAt_;
 }
 
+// Small blocks come from the free list of their size class when it has one:
+// the plug-in allocates and frees a display text per cell, and a list pop
+// costs a fraction of a malloc and free.
 void* Services::allocate(uint64_t size, bool zero) {
-  void* raw = zero ? std::calloc(1, sizeof(BlockHeader) + size)
-                   : std::malloc(sizeof(BlockHeader) + size);
-  if (raw == nullptr) return nullptr;
-  auto* header = static_cast<BlockHeader*>(raw);
+  const uint32_t sizeClass =
+      size <= kLargestCached ? static_cast<uint32_t>((size + kClassBytes - 1) / kClassBytes) : 0;
+  BlockHeader* header = nullptr;
+  if (sizeClass != kUncached && freeBlocks_[sizeClass] != nullptr) {
+    header = freeBlocks_[sizeClass];
+    freeBlocks_[sizeClass] = header->next;
+    --freeCounts_[sizeClass];
+    showBlock(header, size);
+    if (zero) std::memset(header + 1, 0, size);
+  } else {
+    const uint64_t bytes =
+        sizeof(BlockHeader) + (sizeClass != kUncached ? capacityOf(sizeClass) : size);
+    void* raw = zero ? std::calloc(1, bytes) : std::malloc(bytes);
+    if (raw == nullptr) return nullptr;
+    header = static_cast<BlockHeader*>(raw);
+    if (sizeClass != kUncached)
+      ASAN_POISON_MEMORY_REGION(reinterpret_cast<char*>(header + 1) + size,
+                                capacityOf(sizeClass) - size);
+  }
   header->size = size;
   header->magic = kMagic;
+  header->sizeClass = sizeClass;
   ++stats_.liveBlocks;
   stats_.liveBytes += size;
   if (stats_.liveBytes > stats_.peakBytes) stats_.peakBytes = stats_.liveBytes;
   return header + 1;
+}
+
+// A freed block of a cached class waits for reuse unless its list is full.
+void Services::recycle(BlockHeader* header) {
+  header->magic = 0;
+  const uint32_t sizeClass = header->sizeClass;
+  if (sizeClass == kUncached || freeCounts_[sizeClass] == kCachedPerClass) {
+    std::free(header);
+    return;
+  }
+  hideBlock(header);
+  header->next = freeBlocks_[sizeClass];
+  freeBlocks_[sizeClass] = header;
+  ++freeCounts_[sizeClass];
 }
 
 void* Services::alloc(HostAllocator* allocator, uint32_t size) {
@@ -78,8 +143,7 @@ void Services::release(HostAllocator* allocator, void* block) {
   BlockHeader* header = headerOf(block);
   --s.stats_.liveBlocks;
   s.stats_.liveBytes -= header->size;
-  header->magic = 0;
-  std::free(header);
+  s.recycle(header);
 }
 
 void* Services::realloc(HostAllocator* allocator, void* block, uint32_t size) {
@@ -88,6 +152,23 @@ void* Services::realloc(HostAllocator* allocator, void* block, uint32_t size) {
   if (s.shouldFail()) return nullptr;
   BlockHeader* header = headerOf(block);
   const uint64_t oldSize = header->size;
+  if (header->sizeClass != kUncached) {
+    // A block of a size class moves to a new block of the right size; the
+    // old one is recycled.
+    // The old block leaves the accounts first, so the peak counts the new
+    // size only, as an in-place resize would.
+    --s.stats_.liveBlocks;
+    s.stats_.liveBytes -= oldSize;
+    void* moved = s.allocate(size, false);
+    if (moved == nullptr) {
+      ++s.stats_.liveBlocks;
+      s.stats_.liveBytes += oldSize;
+      return nullptr;
+    }
+    std::memcpy(moved, block, oldSize < size ? oldSize : size);
+    s.recycle(header);
+    return moved;
+  }
   void* raw = std::realloc(header, sizeof(BlockHeader) + size);
   if (raw == nullptr) return nullptr;
   header = static_cast<BlockHeader*>(raw);

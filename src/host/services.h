@@ -1,8 +1,10 @@
 // HostServices for C++ hosts: an accounting allocator that counts every
-// block, can fail the Nth allocation, and OpenFile resolving relative paths
-// against a base folder (normally the workbook's).
+// block, can fail the Nth allocation and keeps freed small blocks for reuse,
+// and OpenFile resolving relative paths against a base folder (normally the
+// workbook's).
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <functional>
 #include <string>
@@ -18,8 +20,17 @@ struct AllocationStats {
   uint64_t allocations = 0;  // Alloc, Calloc and Realloc calls
 };
 
+struct BlockHeader;
+
 class Services {
  public:
+  // Blocks of up to kLargestCached bytes come in size classes of
+  // kClassBytes; up to kCachedPerClass freed blocks of each class wait for
+  // reuse (at most ~140 KB), the rest go back to the C library.
+  static constexpr uint32_t kClassBytes = 16;
+  static constexpr uint32_t kLargestCached = 256;
+  static constexpr uint32_t kCachedPerClass = 32;
+
   // Opens a further file for OpenFile; receives the path as the plug-in
   // gave it, already resolved against the base folder.
   using Opener = std::function<StreamInterface*(const std::string& path)>;
@@ -54,10 +65,14 @@ class Services {
 
   bool shouldFail();
   void* allocate(uint64_t size, bool zero);
+  void recycle(BlockHeader* header);
 
   HostServices services_{};
   AllocationStats stats_;
   uint64_t failAt_ = 0;
+  static constexpr uint32_t kClasses = kLargestCached / kClassBytes + 1;  // class 0: uncached
+  std::array<BlockHeader*, kClasses> freeBlocks_{};
+  std::array<uint32_t, kClasses> freeCounts_{};
   std::string baseFolder_;
   Opener opener_;
 };

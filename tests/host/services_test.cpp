@@ -62,6 +62,50 @@ TEST(ServicesTest, CallocZeroesAndReallocKeepsTheContents) {
   m.free(fresh);
 }
 
+// Small blocks are kept for reuse after Free: a reused block must behave
+// like a fresh one of the size asked for.
+TEST(ServicesTest, ReusedSmallBlocksBehaveLikeFreshOnes) {
+  Memory m;
+  for (uint32_t size : {1u, 15u, 16u, 17u, 200u, 256u}) {
+    SCOPED_TRACE(size);
+    auto* dirty = static_cast<unsigned char*>(m.alloc(size));
+    ASSERT_NE(dirty, nullptr);
+    std::memset(dirty, 0xFF, size);
+    m.free(dirty);
+    auto* zeroed = static_cast<unsigned char*>(m.calloc(1, size));
+    ASSERT_NE(zeroed, nullptr);
+    for (uint32_t i = 0; i < size; ++i) ASSERT_EQ(zeroed[i], 0) << i;
+    // Growing out of the block's class and back keeps the contents.
+    std::memset(zeroed, 'a', size);
+    auto* grown = static_cast<unsigned char*>(m.realloc(zeroed, size + 300));
+    ASSERT_NE(grown, nullptr);
+    for (uint32_t i = 0; i < size; ++i) ASSERT_EQ(grown[i], 'a') << i;
+    auto* shrunk = static_cast<unsigned char*>(m.realloc(grown, 1));
+    ASSERT_NE(shrunk, nullptr);
+    EXPECT_EQ(shrunk[0], 'a');
+    EXPECT_EQ(m.stats().liveBytes, 1u);
+    m.free(shrunk);
+  }
+  EXPECT_EQ(m.stats().liveBlocks, 0u);
+  EXPECT_EQ(m.stats().peakBytes, 556u);  // 256 + 300: a resize never counts both blocks
+}
+
+TEST(ServicesDeathTest, FreeingAReusableBlockTwiceAborts) {
+  Memory m;
+  void* block = m.alloc(24);
+  m.free(block);
+  EXPECT_DEATH(m.free(block), "");
+}
+
+#if defined(__SANITIZE_ADDRESS__)
+TEST(ServicesDeathTest, SanitizerReportsUseOfAFreedReusableBlock) {
+  Memory m;
+  auto* block = static_cast<volatile char*>(m.alloc(24));
+  m.free(const_cast<char*>(block));
+  EXPECT_DEATH(block[0] = 'x', "use-after-poison");
+}
+#endif
+
 TEST(ServicesTest, FailAllocationFailsExactlyTheNthCallOfAnyKind) {
   // Call 1 makes the block that call 4 resizes; calls 2 to 6 are one of each
   // kind. A refused Realloc keeps the old block and its contents.
