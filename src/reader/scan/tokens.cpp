@@ -31,10 +31,10 @@ int32_t letterValue(char c) { return static_cast<unsigned char>(c) - kLetterBase
 
 bool isDigit(char c) { return c >= '0' && c <= '9'; }
 
-// Moves the cursor over blanks; false when the text ends there.
-bool skipBlanks(const char** cursor) {
-  while (wzIsBlank(**cursor)) ++*cursor;
-  return **cursor != '\0';
+// The first byte from p on that is not a blank.
+const char* skipBlanks(const char* p) {
+  while (wzIsBlank(*p)) ++p;
+  return p;
 }
 
 // A nibble written as a letter 'a'..'p'. Any other byte counts by its
@@ -42,12 +42,6 @@ bool skipBlanks(const char** cursor) {
 // non-negative for bytes below 'a').
 unsigned nibble(char c) {
   return (static_cast<unsigned char>(c) - static_cast<unsigned>('a')) % 16u;
-}
-
-int32_t saturatingDecimalStep(int32_t value, char digit) {
-  const int32_t d = digit - '0';
-  if (value > (INT32_MAX - d) / 10) return INT32_MAX;
-  return value * 10 + d;
 }
 
 // A decimal number as a standard conversion reads it, limited to
@@ -72,27 +66,33 @@ bool endsHeightText(char c) { return c == ' ' || c == '-' || c == '\0'; }
 
 }  // namespace
 
+// Both readers work on a copy of the cursor and store it once: a store
+// through the caller's pointer per byte costs as much as the scan itself.
 int32_t wzGetLetter(const char** cursor) {
-  if (**cursor == '\0') return -1;
-  if (!skipBlanks(cursor)) return -1;
-  const char* run = *cursor;
-  while (isLetter(**cursor)) ++*cursor;
-  switch (*cursor - run) {
-    case 1:
-      return letterValue(run[0]);
-    case 2:
-      return letterValue(run[0]) * kLettersInRadix + letterValue(run[1]);
-    default:
-      return -1;  // no letter, or a run too long for a column name
+  const char* run = skipBlanks(*cursor);
+  *cursor = run;
+  if (*run == '\0') return -1;
+  const char* end = run;
+  while (isLetter(*end)) ++end;
+  *cursor = end;
+  switch (end - run) {
+    case 1: return letterValue(run[0]);
+    case 2: return letterValue(run[0]) * kLettersInRadix + letterValue(run[1]);
+    default: return -1;  // no letter, or a run too long for a column name
   }
 }
 
 int32_t wzGetIntItem(const char** cursor) {
-  if (**cursor == '\0') return -1;
-  if (!skipBlanks(cursor)) return -1;
-  int32_t value = 0;
-  for (; isDigit(**cursor); ++*cursor) value = saturatingDecimalStep(value, **cursor);
-  return value;
+  const char* p = skipBlanks(*cursor);
+  *cursor = p;
+  if (*p == '\0') return -1;
+  // Once past INT32_MAX the value only saturates; it stays below 2^35.
+  int64_t value = 0;
+  for (; isDigit(*p); ++p) {
+    if (value <= INT32_MAX) value = value * 10 + (*p - '0');
+  }
+  *cursor = p;
+  return value > INT32_MAX ? INT32_MAX : static_cast<int32_t>(value);
 }
 
 int wzProcessString(char* text, int32_t formatCode) {
@@ -141,8 +141,8 @@ int wzGetRowHeightItem(const char* text, uint32_t* index, int32_t* first, int32_
 }
 
 int wzGetColWidthItem(const char** cursor, int32_t* column, int32_t* width) {
+  *cursor = skipBlanks(*cursor);
   if (**cursor == '\0') return 0;
-  if (!skipBlanks(cursor)) return 0;
   *column = wzGetLetter(cursor);
   if (**cursor != '\0') ++*cursor;  // the ':' between letters and width
   *width = wzGetIntItem(cursor);
