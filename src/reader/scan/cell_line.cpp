@@ -58,7 +58,11 @@ int32_t readSheetPrefix(const char** cursor) {
 }  // namespace
 
 int wzDisect(SheetReader* sheet, int32_t* sheetNumber, int32_t* row, int32_t* column) {
-  std::memset(sheet->line, 0, kLineSize);
+  // The whole buffer is cleared before each line. Copying a cleared local
+  // compiles to a dozen vector stores; a memset of this size becomes
+  // `rep stos`, whose start-up cost several times the clearing itself.
+  const char cleared[kLineSize] = {};
+  std::memcpy(sheet->line, cleared, kLineSize);
   uint32_t linePos = 0;
   for (;;) {
     const int complete = wzGetLine(sheet->stream, sheet->line, kLineSize, &linePos);
