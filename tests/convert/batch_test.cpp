@@ -16,8 +16,8 @@ namespace {
 using convert_test::TempDir;
 
 TEST(BatchOutputNames, DeriveFromInputNamesAndNeverCollide) {
-  const std::vector<std::string> inputs = {"a/budget.wzs", "b/budget.wzs", "b/Budget.WZS",
-                                           "c/.hidden.wzs", "noext", "d/CON.wzs"};
+  const std::vector<std::string> inputs = {"a/budget.wzs",  "b/budget.wzs", "b/Budget.WZS",
+                                           "c/.hidden.wzs", "noext",        "d/CON.wzs"};
   EXPECT_EQ(batchOutputNames(inputs, OutputFormat::Html),
             (std::vector<std::string>{"budget.html", "budget-2.html", "Budget-3.html",
                                       "_hidden.html", "noext.html", "_CON.html"}));
@@ -37,7 +37,8 @@ struct BatchInputs {
     fs::copy_file(convert_test::samplePath("budget.wzs"), dir.path() / "in" / "budget.wzs");
     fs::copy_file(convert_test::dataPath("styled.wzs"), dir.path() / "in" / "other" / "styled.wzs");
     convert_test::writeFile(dir.path() / "in" / "broken.wzs", "*BEGIN NOTHING\nat all\n");
-    for (const char* name : {"styled.wzs", "broken.wzs", "budget.wzs", "other/styled.wzs", "missing.wzs"})
+    for (const char* name :
+         {"styled.wzs", "broken.wzs", "budget.wzs", "other/styled.wzs", "missing.wzs"})
       files.push_back((dir.path() / "in" / name).string());
     output = dir.path() / "out";
   }
@@ -58,8 +59,8 @@ TEST(RunBatch, ConvertsEveryGoodFileAndNamesEachFailure) {
     EXPECT_NE(report.failures[0].reason.find("not a workbook"), std::string::npos);
     EXPECT_EQ(report.failures[1].input, in.files[4]);
     EXPECT_NE(report.failures[1].reason.find("cannot open"), std::string::npos);
-    EXPECT_EQ(report.bytes, fs::file_size(in.files[0]) + fs::file_size(in.files[2]) +
-                                fs::file_size(in.files[3]));
+    EXPECT_EQ(report.bytes,
+              fs::file_size(in.files[0]) + fs::file_size(in.files[2]) + fs::file_size(in.files[3]));
     for (const char* name : {"styled.json", "budget.json", "styled-2.json"}) {
       const std::string text = convert_test::readFile(in.output / name);
       EXPECT_TRUE(nlohmann::json::accept(text)) << name;
@@ -72,22 +73,6 @@ TEST(RunBatch, ConvertsEveryGoodFileAndNamesEachFailure) {
     EXPECT_NE(summary.find("wzss: " + in.files[1] + ": "), std::string::npos) << summary;
     EXPECT_NE(summary.find("converted 3 of 5 workbooks (2 failed)"), std::string::npos) << summary;
   }
-}
-
-TEST(RunBatch, CsvGivesADirectoryPerWorkbook) {
-  BatchInputs in;
-  BatchOptions options;
-  options.format = OutputFormat::Csv;
-  options.outputDirectory = in.output.string();
-  options.jobs = 2;
-  const BatchReport report =
-      runBatch(convert_test::readerTable(), {in.files[0], in.files[2]}, options, nullptr);
-  EXPECT_EQ(report.converted, 2u);
-  EXPECT_TRUE(report.failures.empty());
-  EXPECT_EQ(convert_test::readFile(in.output / "styled" / "Q1_Q2 _b_x__b_.csv"),
-            "Region,Sales\r\nNorth,1200\r\n");
-  EXPECT_TRUE(fs::exists(in.output / "budget" / "Budget.csv"));
-  EXPECT_TRUE(fs::exists(in.output / "budget" / "Sales.csv"));
 }
 
 // The command itself: exit status and messages as a script sees them.
@@ -115,7 +100,8 @@ TEST(ConvertCommand, ExitsWithOneWhenAFileFailedAndStillConvertsTheRest) {
   for (const std::string& file : in.files) arguments += " " + file;
   const CommandResult result = runCommand(arguments);
   EXPECT_EQ(result.status, 1) << result.output;
-  EXPECT_NE(result.output.find(in.files[1] + ": not a workbook"), std::string::npos) << result.output;
+  EXPECT_NE(result.output.find(in.files[1] + ": not a workbook"), std::string::npos)
+      << result.output;
   EXPECT_NE(result.output.find(in.files[4] + ": cannot open"), std::string::npos) << result.output;
   EXPECT_NE(result.output.find("converted 3 of 5 workbooks (2 failed)"), std::string::npos);
   // Not a terminal: no progress line.
@@ -124,30 +110,39 @@ TEST(ConvertCommand, ExitsWithOneWhenAFileFailedAndStillConvertsTheRest) {
     EXPECT_TRUE(fs::exists(in.output / name)) << name;
 }
 
+// CSV gives a directory per workbook with a file per sheet.
 TEST(ConvertCommand, ExitsWithZeroWhenEveryFileConverted) {
   BatchInputs in;
-  const CommandResult result =
-      runCommand("convert --to csv -o " + in.output.string() + " " + in.files[0] + " " + in.files[2]);
+  const CommandResult result = runCommand("convert --to csv -j 2 -o " + in.output.string() + " " +
+                                          in.files[0] + " " + in.files[2]);
   EXPECT_EQ(result.status, 0) << result.output;
   EXPECT_NE(result.output.find("converted 2 of 2 workbooks,"), std::string::npos) << result.output;
+  EXPECT_EQ(convert_test::readFile(in.output / "styled" / "Q1_Q2 _b_x__b_.csv"),
+            "Region,Sales\r\nNorth,1200\r\n");
+  EXPECT_TRUE(fs::exists(in.output / "budget" / "Budget.csv"));
+  EXPECT_TRUE(fs::exists(in.output / "budget" / "Sales.csv"));
 }
 
-TEST(ConvertCommand, UsageErrorsExitWithTwo) {
+// Usage errors exit with 2, a file that cannot be read with 1.
+TEST(ConvertCommand, ErrorsExitWithTheirStatusAndSayWhy) {
   const std::string styled = convert_test::dataPath("styled.wzs");
   const struct {
     std::string arguments;
+    int status;
     const char* message;
   } cases[] = {
-      {"convert --to pdf -o /tmp/x " + styled, "pdf"},
-      {"convert --to html " + styled, "--output"},
-      {"csv " + styled, "give --sheet"},
-      {"csv " + styled + " --sheet 3", "no sheet \"3\""},
-      {"html", "FILE"},
+      {"convert --to pdf -o /tmp/x " + styled, 2, "pdf"},
+      {"convert --to html " + styled, 2, "--output"},
+      {"csv " + styled, 2, "give --sheet"},
+      {"csv " + styled + " --sheet 3", 2, "no sheet \"3\""},
+      {"html", 2, "FILE"},
+      {"json /nonexistent/book.wzs", 1, "/nonexistent/book.wzs: cannot open"},
   };
   for (const auto& c : cases) {
     const CommandResult result = runCommand(c.arguments);
-    EXPECT_EQ(result.status, 2) << c.arguments << "\n" << result.output;
-    EXPECT_NE(result.output.find(c.message), std::string::npos) << c.arguments << "\n" << result.output;
+    EXPECT_EQ(result.status, c.status) << c.arguments << "\n" << result.output;
+    EXPECT_NE(result.output.find(c.message), std::string::npos) << c.arguments << "\n"
+                                                                << result.output;
   }
 }
 
@@ -158,9 +153,6 @@ TEST(ConvertCommand, OneSheetGoesToStdoutByNameOrNumber) {
     EXPECT_EQ(result.status, 0) << result.output;
     EXPECT_EQ(result.output, "Region,Sales\r\nNorth,1200\r\n");
   }
-  const CommandResult missing = runCommand("json /nonexistent/book.wzs");
-  EXPECT_EQ(missing.status, 1);
-  EXPECT_NE(missing.output.find("/nonexistent/book.wzs: cannot open"), std::string::npos);
 }
 
 TEST(ConvertCommand, EverySubcommandHasHelp) {

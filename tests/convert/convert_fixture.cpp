@@ -1,9 +1,9 @@
 #include "convert_fixture.h"
 
+#include <unistd.h>
 #include <atomic>
 #include <fstream>
 #include <sstream>
-#include <unistd.h>
 
 namespace wzss::convert_test {
 
@@ -16,8 +16,12 @@ const SSReaderInterface& readerTable() {
   return table;
 }
 
-std::string dataPath(const std::string& name) { return std::string(WZSS_CONVERT_DATA_DIR) + "/" + name; }
-std::string samplePath(const std::string& name) { return std::string(WZSS_SAMPLES_DIR) + "/" + name; }
+std::string dataPath(const std::string& name) {
+  return std::string(WZSS_CONVERT_DATA_DIR) + "/" + name;
+}
+std::string samplePath(const std::string& name) {
+  return std::string(WZSS_SAMPLES_DIR) + "/" + name;
+}
 
 cli::WorkbookModel readOrFail(const std::string& path) {
   auto book = cli::readWorkbook(readerTable(), path);
@@ -26,6 +30,18 @@ cli::WorkbookModel readOrFail(const std::string& path) {
     return {};
   }
   return std::move(book.value());
+}
+
+const cli::WorkbookModel& styledBook() {
+  static const cli::WorkbookModel book = readOrFail(dataPath("styled.wzs"));
+  return book;
+}
+
+cli::WorkbookModel bookOf(cli::SheetModel sheet) {
+  cli::WorkbookModel book;
+  book.path = "sheet.wzs";
+  book.sheets.push_back(std::move(sheet));
+  return book;
 }
 
 std::string readFile(const std::filesystem::path& path) {

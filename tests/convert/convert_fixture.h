@@ -20,6 +20,8 @@ std::string samplePath(const std::string& name);
 
 // Reads a workbook through the linked plug-in; fails the test when it cannot.
 cli::WorkbookModel readOrFail(const std::string& path);
+// The styled test workbook, read once for all tests.
+const cli::WorkbookModel& styledBook();
 
 std::string readFile(const std::filesystem::path& path);
 void writeFile(const std::filesystem::path& path, const std::string& content);
@@ -45,6 +47,8 @@ cli::SheetModel sheetOf(Items... items) {
   (list.emplace_back(std::move(items)), ...);
   return sheetOfItems(list);
 }
+// A workbook of the one sheet.
+cli::WorkbookModel bookOf(cli::SheetModel sheet);
 host::Settings settings(uint32_t maxRow, uint32_t maxColumn, uint32_t columnWidth,
                         uint32_t fontHeight);
 host::Cell textCell(uint32_t row, uint32_t column, std::string text);

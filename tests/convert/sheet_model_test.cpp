@@ -53,14 +53,14 @@ TEST(Colours, ShadeMixesThePatternColourIntoTheBackground) {
   EXPECT_EQ(mixColour(0xFFFFFF, 0x000000, 0), 0xFFFFFFu);
   EXPECT_EQ(mixColour(0xFFFFFF, 0x000000, 100), 0x000000u);
   EXPECT_EQ(mixColour(0xFFFFFF, 0x000000, 50), 0x808080u);
-  EXPECT_EQ(mixColour(0xFFFFFF, 0x0000FF, 25), 0xBFBFFFu);  // a quarter red into white
+  EXPECT_EQ(mixColour(0xFFFFFF, 0x0000FF, 25), 0xBFBFFFu);   // a quarter red into white
   EXPECT_EQ(mixColour(0x000000, 0xFFFFFF, 250), 0xFFFFFFu);  // percent beyond 100 counts as 100
 }
 
 TEST(SheetGatherer, SortsRunsIntoSizesAndHiddenRuns) {
-  const SheetModel sheet = sheetOf(convert_test::settings(0, 0, 1200, 200),
-                                    host::RowRun{2, 2, 880}, host::RowRun{4, 6, 0},
-                                    host::ColumnRun{1, 1, 2400}, host::ColumnRun{3, 3, 0});
+  const SheetModel sheet =
+      sheetOf(convert_test::settings(0, 0, 1200, 200), host::RowRun{2, 2, 880},
+              host::RowRun{4, 6, 0}, host::ColumnRun{1, 1, 2400}, host::ColumnRun{3, 3, 0});
   EXPECT_EQ(sheet.rowHeight(2), 880u);
   EXPECT_EQ(sheet.rowHeight(1), 300u);  // one and a half times the font height
   EXPECT_EQ(sheet.columnWidth(1), 2400u);
@@ -98,7 +98,8 @@ TEST(SheetGatherer, ExtentsFollowTextsAndObjects) {
   object.topRow = 3;
   object.bottomColumn = 7;
   object.bottomRow = 5;
-  const SheetModel sheet = sheetOf(textCell(4, 3, "x"), textCell(2, 5, ""), styled, std::move(object));
+  const SheetModel sheet =
+      sheetOf(textCell(4, 3, "x"), textCell(2, 5, ""), styled, std::move(object));
   EXPECT_EQ(sheet.textExtent(), std::make_pair(4u, 3u));  // empty texts do not count
   EXPECT_EQ(sheet.usedExtent(), std::make_pair(9u, 7u));
 }
@@ -113,23 +114,6 @@ TEST(ReadWorkbook, ReportsWhyAFileCannotBeRead) {
   auto plain = readWorkbook(convert_test::readerTable(), (dir.path() / "plain.txt").string());
   ASSERT_FALSE(plain.ok());
   EXPECT_EQ(plain.error().kind, host::WalkErrorKind::NotAWorkbook);
-}
-
-TEST(ReadWorkbook, GathersEverySheetOfTheStyledWorkbook) {
-  const WorkbookModel book = convert_test::readOrFail(convert_test::dataPath("styled.wzs"));
-  ASSERT_EQ(book.sheets.size(), 2u);
-  const SheetModel& first = book.sheets[0];
-  EXPECT_EQ(first.info.name, "Styled");
-  EXPECT_TRUE(first.rowHidden(4));
-  EXPECT_TRUE(first.columnHidden(3));
-  ASSERT_EQ(first.objects.size(), 1u);
-  EXPECT_EQ(first.objects[0].sizeText, "W2.00inH1.00in");
-  EXPECT_GT(first.objects[0].drawingLength, 0u);
-  ASSERT_NE(first.cellAt(2, 2), nullptr);
-  EXPECT_EQ(first.cellAt(2, 2)->text, "1234.50");
-  ASSERT_NE(first.cellAt(7, 1), nullptr);
-  EXPECT_TRUE(first.cellAt(7, 1)->formattedEmpty);
-  EXPECT_EQ(book.sheets[1].info.name, "Q1/Q2 <b>x</b>");
 }
 
 }  // namespace
