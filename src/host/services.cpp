@@ -153,9 +153,8 @@ void* Services::realloc(HostAllocator* allocator, void* block, uint32_t size) {
   BlockHeader* header = headerOf(block);
   const uint64_t oldSize = header->size;
   if (header->sizeClass != kUncached) {
-    // A block of a size class moves to a new block of the right size; the
-    // old one is recycled.
-    // The old block leaves the accounts first, so the peak counts the new
+    // A block of a size class moves to a new block of the right size and is
+    // recycled. It leaves the accounts first, so the peak counts the new
     // size only, as an in-place resize would.
     --s.stats_.liveBlocks;
     s.stats_.liveBytes -= oldSize;
