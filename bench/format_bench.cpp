@@ -13,8 +13,8 @@
 #include "bench_workbook.h"
 #include "cells/cells.h"
 #include "format/format.h"
-#include "host/memory_stream.h"
-#include "host/services.h"
+#include "wzss/host/memory_stream.h"
+#include "wzss/host/services.h"
 
 namespace wzss::bench {
 namespace {

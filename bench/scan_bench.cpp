@@ -8,8 +8,8 @@
 #include <string_view>
 
 #include "bench_workbook.h"
-#include "host/file_stream.h"
-#include "host/memory_stream.h"
+#include "wzss/host/file_stream.h"
+#include "wzss/host/memory_stream.h"
 #include "scan/scan.h"
 
 namespace wzss::bench {

@@ -6,7 +6,7 @@
 #include <memory>
 
 #include "bench_workbook.h"
-#include "host/file_stream.h"
+#include "wzss/host/file_stream.h"
 #include "scan/scan.h"
 
 namespace wzss::bench {

@@ -4,9 +4,9 @@
 #include <variant>
 #include <vector>
 
-#include "host/file_stream.h"
-#include "host/services.h"
-#include "host/walker.h"
+#include "wzss/host/file_stream.h"
+#include "wzss/host/services.h"
+#include "wzss/host/walker.h"
 
 namespace wzss::tools {
 namespace {

@@ -10,7 +10,7 @@
 #include <memory>
 #include <string>
 
-#include "host/file_stream.h"
+#include "wzss/host/file_stream.h"
 
 namespace {
 

@@ -11,7 +11,7 @@
 #include <optional>
 #include <string>
 
-#include "host/plugin.h"
+#include "wzss/host/plugin.h"
 #include "walk_count.h"
 
 int main(int argc, char** argv) {

@@ -4,8 +4,8 @@
 #include <memory>
 #include <string>
 
-#include "host/memory_stream.h"
-#include "host/services.h"
+#include "wzss/host/memory_stream.h"
+#include "wzss/host/services.h"
 #include "wzss/reader_abi.h"
 
 namespace wzss::harness {

@@ -19,7 +19,7 @@
 #include <vector>
 
 #include "cli/sheet_model.h"
-#include "host/walker.h"
+#include "wzss/host/walker.h"
 
 namespace wzss::cli {
 

@@ -8,7 +8,7 @@
 #include <string>
 #include <string_view>
 
-#include "host/walker.h"
+#include "wzss/host/walker.h"
 
 namespace wzss::cli {
 

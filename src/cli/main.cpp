@@ -19,10 +19,10 @@
 #include "cli/convert_commands.h"
 #include "cli/dump_format.h"
 #include "cli/exit_status.h"
-#include "host/file_stream.h"
-#include "host/plugin.h"
-#include "host/services.h"
-#include "host/walker.h"
+#include "wzss/host/file_stream.h"
+#include "wzss/host/plugin.h"
+#include "wzss/host/services.h"
+#include "wzss/host/walker.h"
 
 namespace fs = std::filesystem;
 

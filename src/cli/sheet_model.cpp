@@ -6,8 +6,8 @@
 #include <filesystem>
 #include <memory>
 
-#include "host/file_stream.h"
-#include "host/services.h"
+#include "wzss/host/file_stream.h"
+#include "wzss/host/services.h"
 
 namespace wzss::cli {
 namespace {

@@ -15,7 +15,7 @@
 #include <utility>
 #include <vector>
 
-#include "host/walker.h"
+#include "wzss/host/walker.h"
 #include "wzss/reader_abi.h"
 
 namespace wzss::cli {

@@ -1,4 +1,4 @@
-#include "plugin.h"
+#include "wzss/host/plugin.h"
 
 #include <dlfcn.h>
 

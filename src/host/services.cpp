@@ -1,11 +1,11 @@
-#include "services.h"
+#include "wzss/host/services.h"
 
 #include <sanitizer/asan_interface.h>  // its poisoning does nothing outside the sanitizer build
 
 #include <cstdlib>
 #include <cstring>
 
-#include "file_stream.h"
+#include "wzss/host/file_stream.h"
 
 namespace wzss::host {
 

@@ -1,4 +1,4 @@
-#include "walker.h"
+#include "wzss/host/walker.h"
 
 #include <algorithm>
 #include <cstring>

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "cli/sheet_model.h"
-#include "host/walker.h"
+#include "wzss/host/walker.h"
 #include "wzss/reader_abi.h"
 
 namespace wzss::convert_test {

@@ -9,8 +9,8 @@
 #include <vector>
 
 #include "format/format.h"
-#include "host/memory_stream.h"
-#include "host/services.h"
+#include "wzss/host/memory_stream.h"
+#include "wzss/host/services.h"
 
 namespace wzss::test {
 

@@ -1,5 +1,5 @@
 // FileStream: the buffered stream the command reads workbooks through.
-#include "host/file_stream.h"
+#include "wzss/host/file_stream.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>

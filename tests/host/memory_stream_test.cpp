@@ -1,5 +1,5 @@
 // MemoryStream: the test stream with call counts and failure injection.
-#include "host/memory_stream.h"
+#include "wzss/host/memory_stream.h"
 
 #include <gtest/gtest.h>
 

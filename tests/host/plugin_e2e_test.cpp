@@ -8,10 +8,10 @@
 #include <string>
 #include <vector>
 
-#include "host/file_stream.h"
-#include "host/plugin.h"
-#include "host/services.h"
-#include "host/walker.h"
+#include "wzss/host/file_stream.h"
+#include "wzss/host/plugin.h"
+#include "wzss/host/services.h"
+#include "wzss/host/walker.h"
 
 namespace wzss::host {
 namespace {

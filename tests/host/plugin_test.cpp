@@ -1,5 +1,5 @@
 // Plugin: loading a shared library and filling the entry-point table.
-#include "host/plugin.h"
+#include "wzss/host/plugin.h"
 
 #include <gtest/gtest.h>
 

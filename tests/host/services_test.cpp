@@ -1,5 +1,5 @@
 // Services: the accounting allocator and OpenFile of the host kit.
-#include "host/services.h"
+#include "wzss/host/services.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 // Walker: the host's side of the call order, against a scripted reader that
 // keeps its own blocks in the accounting services, so every test also
 // proves that the walk leaves nothing alive.
-#include "host/walker.h"
+#include "wzss/host/walker.h"
 
 #include <gtest/gtest.h>
 
@@ -10,8 +10,8 @@
 #include <string>
 #include <vector>
 
-#include "host/memory_stream.h"
-#include "host/services.h"
+#include "wzss/host/memory_stream.h"
+#include "wzss/host/services.h"
 
 namespace wzss::host {
 namespace {

@@ -12,8 +12,8 @@
 #include <string>
 #include <string_view>
 
-#include "host/memory_stream.h"
-#include "host/services.h"
+#include "wzss/host/memory_stream.h"
+#include "wzss/host/services.h"
 #include "interface/records.h"
 #include "prologue/prologue.h"
 #include "scan/scan.h"

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "host/memory_stream.h"
+#include "wzss/host/memory_stream.h"
 #include "scan/scan.h"
 
 namespace wzss {

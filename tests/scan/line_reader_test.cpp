@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "host/memory_stream.h"
+#include "wzss/host/memory_stream.h"
 #include "scan/scan.h"
 
 namespace wzss {

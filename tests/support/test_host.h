@@ -9,8 +9,8 @@
 #include <string>
 #include <vector>
 
-#include "host/memory_stream.h"
-#include "host/services.h"
+#include "wzss/host/memory_stream.h"
+#include "wzss/host/services.h"
 #include "wzss/reader_abi.h"
 
 namespace wzss::test {
