@@ -1,0 +1,157 @@
+#include "cell_table.h"
+
+#include <algorithm>
+#include <tuple>
+
+namespace wzss::python {
+
+void HiddenSpans::add(uint32_t first, uint32_t last) {
+  first = std::max<uint32_t>(first, 1);  // line 0 is never on the grid
+  if (first <= last) spans_.push_back({first, last, 0});
+}
+
+void HiddenSpans::settle() {
+  std::sort(spans_.begin(), spans_.end(),
+            [](const Span& a, const Span& b) { return a.first < b.first; });
+  std::vector<Span> merged;
+  for (const Span& span : spans_) {
+    if (!merged.empty() && uint64_t{span.first} <= uint64_t{merged.back().last} + 1)
+      merged.back().last = std::max(merged.back().last, span.last);
+    else
+      merged.push_back(span);
+  }
+  uint64_t hidden = 0;
+  for (Span& span : merged) {
+    span.hiddenBefore = hidden;
+    hidden += uint64_t{span.last} - span.first + 1;
+  }
+  spans_ = std::move(merged);
+}
+
+bool HiddenSpans::contains(uint32_t line) const {
+  auto after = std::upper_bound(spans_.begin(), spans_.end(), line,
+                                [](uint32_t value, const Span& s) { return value < s.first; });
+  return after != spans_.begin() && std::prev(after)->last >= line;
+}
+
+uint64_t HiddenSpans::hiddenBefore(uint64_t line) const {
+  auto after = std::upper_bound(spans_.begin(), spans_.end(), line,
+                                [](uint64_t value, const Span& s) { return value < s.first; });
+  if (after == spans_.begin()) return 0;
+  const Span& span = *std::prev(after);
+  return span.hiddenBefore + std::min(line, uint64_t{span.last} + 1) - span.first;
+}
+
+void SheetCells::settle() {
+  hiddenRows.settle();
+  hiddenColumns.settle();
+  if (ordered) return;
+  // Stable, so the last of equal positions is the later line.
+  std::stable_sort(cells.begin(), cells.end(), [](const CellEntry& a, const CellEntry& b) {
+    return std::tie(a.row, a.column) < std::tie(b.row, b.column);
+  });
+  std::vector<CellEntry> unique;
+  unique.reserve(cells.size());
+  for (const CellEntry& cell : cells) {
+    if (!unique.empty() && unique.back().row == cell.row && unique.back().column == cell.column)
+      unique.back() = cell;
+    else
+      unique.push_back(cell);
+  }
+  cells = std::move(unique);
+  ordered = true;
+}
+
+std::pair<uint32_t, uint32_t> SheetCells::textExtent() const {
+  uint32_t rows = 0, columns = 0;
+  for (const CellEntry& cell : cells) {
+    if (cell.textLength == 0) continue;
+    rows = std::max(rows, cell.row);
+    columns = std::max(columns, cell.column);
+  }
+  return {rows, columns};
+}
+
+namespace {
+
+class CellCollector : public host::SheetVisitor {
+ public:
+  explicit CellCollector(const SheetChoice& choice) : choice_(choice) {}
+
+  void beginWorkbook(const std::vector<host::SheetInfo>& sheets) override {
+    table_.allSheets = sheets;
+    if (const auto* name = std::get_if<std::string>(&choice_)) {
+      for (const host::SheetInfo& sheet : sheets)
+        if (sheet.name == *name) return void(wanted_ = sheet.number);
+    } else if (const auto* index = std::get_if<size_t>(&choice_)) {
+      if (*index < sheets.size()) wanted_ = sheets[*index].number;
+    } else {
+      wanted_ = 0;  // every sheet
+    }
+  }
+  bool wants(const host::SheetInfo& sheet) override {
+    return wanted_ && (*wanted_ == 0 || *wanted_ == sheet.number);
+  }
+  void beginSheet(const host::SheetInfo& sheet) override {
+    table_.sheets.emplace_back().info = sheet;
+  }
+  bool item(const host::SheetInfo&, host::Item& item) override {
+    SheetCells& sheet = table_.sheets.back();
+    if (const auto* rows = std::get_if<host::RowRun>(&item)) {
+      if (rows->size == 0) sheet.hiddenRows.add(rows->first, rows->last);
+    } else if (const auto* columns = std::get_if<host::ColumnRun>(&item)) {
+      if (columns->size == 0) sheet.hiddenColumns.add(columns->first, columns->last);
+    } else if (const auto* cell = std::get_if<host::Cell>(&item)) {
+      add(sheet, *cell);
+    }
+    return true;
+  }
+  void endSheet(const host::SheetInfo&, const host::SheetStats&) override {
+    table_.sheets.back().settle();
+  }
+
+  bool found() const { return wanted_.has_value(); }
+  CellTable& table() { return table_; }
+
+ private:
+  static void add(SheetCells& sheet, const host::Cell& cell) {
+    if (cell.hasFont == 0 && !cell.text) return;  // formatted empty: fill and border only
+    CellEntry entry{cell.row, cell.column, sheet.texts.size(), 0,
+                    cell.text.has_value()};
+    if (cell.text) {
+      entry.textLength = static_cast<uint32_t>(cell.text->size());
+      sheet.texts += *cell.text;
+    }
+    if (!sheet.cells.empty() && std::tie(cell.row, cell.column) <=
+                                    std::tie(sheet.cells.back().row, sheet.cells.back().column))
+      sheet.ordered = false;
+    sheet.cells.push_back(entry);
+  }
+
+  SheetChoice choice_;
+  std::optional<uint32_t> wanted_;  // a sheet number, 0 for all
+  CellTable table_;
+};
+
+}  // namespace
+
+host::Result<CellTable> readCellTable(host::Walker& walker, const SheetChoice& choice) {
+  CellCollector collector(choice);
+  if (auto walked = walker.walkAll(collector); !walked) return walked.error();
+  if (!collector.found()) return host::WalkError{host::WalkErrorKind::NoSuchSheet, "no such sheet"};
+  return std::move(collector.table());
+}
+
+host::Result<cli::SheetModel> readSheetModel(host::Walker& walker, size_t index) {
+  cli::SheetGatherer gatherer;
+  auto walked = walker.walkSheet(index, gatherer);
+  if (!walked) return walked.error();
+  if (gatherer.sheets().empty()) {
+    cli::SheetModel empty;
+    empty.info = walker.sheets()[index];
+    return empty;
+  }
+  return std::move(gatherer.sheets().front());
+}
+
+}  // namespace wzss::python
