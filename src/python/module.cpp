@@ -288,7 +288,11 @@ py::tuple fontTuple(const host::Font& font, const TextDecoder& decode) {
 
 py::object bordersTuple(const std::optional<host::Borders>& borders) {
   if (!borders) return py::none();
-  auto side = [](const host::BorderSide& s) { return py::make_tuple(s.style, cli::htmlColour(s.color)); };
+  // A side without a line has no colour worth giving.
+  auto side = [](const host::BorderSide& s) -> py::object {
+    if (s.style == 0) return py::none();
+    return py::make_tuple(s.style, cli::htmlColour(s.color));
+  };
   return py::make_tuple(side(borders->left), side(borders->top), side(borders->right),
                         side(borders->bottom));
 }

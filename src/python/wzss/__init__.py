@@ -55,8 +55,8 @@ class Font(NamedTuple):
 class Fill(NamedTuple):
     pattern: int
     shade_percent: int
-    fore_color: str  # "#rrggbb"
-    back_color: str
+    pattern_color: str  # "#rrggbb"
+    background_color: str
 
 
 class BorderSide(NamedTuple):
@@ -64,11 +64,11 @@ class BorderSide(NamedTuple):
     color: str
 
 
-class Borders(NamedTuple):
-    left: BorderSide
-    top: BorderSide
-    right: BorderSide
-    bottom: BorderSide
+class Borders(NamedTuple):  # a side without a line is None
+    left: Optional[BorderSide]
+    top: Optional[BorderSide]
+    right: Optional[BorderSide]
+    bottom: Optional[BorderSide]
 
 
 class Alignment(NamedTuple):
@@ -98,7 +98,8 @@ def _cell(raw: tuple) -> Cell:
      alignment) = raw
     return Cell(row, column, address, text, value, kind, Font(*font), text_color, back_color,
                 Fill(*fill) if fill else None,
-                Borders(*(BorderSide(*side) for side in borders)) if borders else None,
+                Borders(*(BorderSide(*side) if side else None for side in borders))
+                if borders else None,
                 Alignment(*alignment))
 
 
