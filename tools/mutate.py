@@ -188,8 +188,10 @@ def run(command, cwd, timeout=None):
 
 class Suite:
     """The CTest entries of the build folder, the targets they need, and
-    their order: quick tests first, so most mutants die before the slow
-    ones start."""
+    what each test runs: its executable and any built file whose path its
+    command or executable names (the plug-in, the command). After a mutant's
+    build only the tests with a changed input run, quick ones first, so most
+    mutants die before the slow ones start."""
 
     QUICK_SECONDS = 5
 
@@ -214,10 +216,26 @@ class Suite:
         self.targets = sorted({os.path.relpath(t["command"][0], self.build) for t in tests
                                if t["command"][0].startswith(str(self.build))}
                               | set(self.args.also_build))
+        self.artifacts = [p for folder in ("bin", "lib") for p in (self.build / folder).glob("*")
+                          if p.is_file()]
+        self.inputs = {t["name"]: self.inputs_of(t["command"]) for t in tests}
+
+    def inputs_of(self, command):
+        """The built files a test runs; None when it runs something outside
+        the build folder (a compiler, a script), which then always runs."""
+        program = Path(command[0])
+        if self.build not in program.parents:
+            return None
+        text = " ".join(command).encode() + program.read_bytes()
+        return {program} | {p for p in self.artifacts if str(p).encode() in text}
 
     def build_targets(self):
+        """Whether the tree compiled, the built files that changed, and the
+        seconds it took."""
+        before = {p: p.stat().st_mtime_ns for p in self.artifacts if p.exists()}
         result, seconds = run(["ninja", "-C", str(self.build)] + self.targets, self.build)
-        return result.returncode == 0, seconds
+        changed = {p for p in self.artifacts if p.exists() and p.stat().st_mtime_ns != before.get(p)}
+        return result.returncode == 0, changed, seconds
 
     def ctest(self, names, timeout):
         command = ["ctest", "-j2", "--stop-on-failure", "--timeout", str(timeout),
@@ -244,11 +262,17 @@ class Suite:
         self.stages = [(names, max(20, round(5 * max(times[n] for n in names))))
                        for names in (quick, slow) if names]
 
-    def run_tests(self):
-        """Whether every stage passed, and the tests that failed."""
+    def run_tests(self, changed):
+        """Whether every test that can see the change passed, the tests that
+        failed, and the seconds it took."""
         started = time.monotonic()
+        # Hosts find a shared library by paths made at run time (the command
+        # loads the plug-in next to itself): a changed one runs every test.
+        everything = any(p.suffix == ".so" for p in changed)
         for names, timeout in self.stages:
-            passed, failed, _ = self.ctest(names, timeout)
+            names = [n for n in names
+                     if everything or self.inputs.get(n) is None or self.inputs[n] & changed]
+            passed, failed, _ = self.ctest(names, timeout) if names else (True, [], "")
             if not passed:
                 return False, failed, time.monotonic() - started
         return True, [], time.monotonic() - started
@@ -323,8 +347,9 @@ def main():
                 results.append(done[site_id(site)])
                 continue
             with Mutant(args.repo, site):
-                compiled, build_seconds = suite.build_targets()
-                passed, failed, test_seconds = suite.run_tests() if compiled else (None, [], 0)
+                compiled, changed, build_seconds = suite.build_targets()
+                passed, failed, test_seconds = suite.run_tests(changed) if compiled else (None, [], 0)
+            suite.build_targets()  # the restored tree, so the next mutant changes only its own
             status = "does-not-compile" if not compiled else "survived" if passed else "killed"
             record = dict(site, id=site_id(site), status=status, failed=failed[:5],
                           build_seconds=round(build_seconds, 1), test_seconds=round(test_seconds, 1))
@@ -333,7 +358,6 @@ def main():
             results.append(record)
             print(f"[{len(results)}] {status:16} {site_id(site)} {site['old']!r} -> {site['new']!r} "
                   f"({build_seconds:.0f}+{test_seconds:.0f} s)", flush=True)
-    suite.build_targets()  # leave the build folder matching the restored tree
     elapsed = sum(r["build_seconds"] + r["test_seconds"] for r in results)
     report, text = summarize(results, args, elapsed)
     (args.json or args.build / "mutants.json").write_text(json.dumps(report, indent=1) + "\n")
