@@ -108,7 +108,9 @@ class CountingVisitor : public host::SheetVisitor {
       ++counts_->cells;
       if (cell->text) {
         ++counts_->cellsWithText;
-        counts_->textBytes += cell->text->size();
+        // The plug-in's bytes, as the direct count sees them, not the
+        // walker's UTF-8.
+        counts_->textBytes += cell->textLength != 0 ? cell->textLength - 1 : 0;
       }
     } else if (std::holds_alternative<host::RowRun>(item)) {
       ++counts_->rowRuns;

@@ -79,17 +79,20 @@ class Progress {
 // Converts one workbook; the reason of the failure, or nothing.
 std::optional<std::string> convertOne(const SSReaderInterface& table, const std::string& input,
                                       const std::string& output, const BatchOptions& options,
-                                      uint64_t& bytes) {
+                                      uint64_t& bytes, std::vector<std::string>& warnings) {
   std::string error;
   if (options.format == OutputFormat::Csv) {
     CsvDirectory directory(output);
-    if (auto walked = writeCsvSheets(table, input, options.csv, directory, &bytes); !walked)
+    CsvOptions csv = options.csv;
+    csv.encoding = options.encoding;
+    if (auto walked = writeCsvSheets(table, input, csv, directory, &bytes, &warnings); !walked)
       return walked.error().message;
     if (!directory.error().empty()) return directory.error();
     return std::nullopt;
   }
-  auto book = readWorkbook(table, input);
+  auto book = readWorkbook(table, input, options.encoding);
   if (!book) return book.error().message;
+  warnings = book.value().warnings;
   switch (options.format) {
     case OutputFormat::Csv: break;  // above
     case OutputFormat::Json:
@@ -125,6 +128,7 @@ BatchReport runBatch(const SSReaderInterface& table, const std::vector<std::stri
   const std::vector<std::string> names = batchOutputNames(inputs, options.format);
   std::vector<std::optional<std::string>> reasons(inputs.size());
   std::vector<uint64_t> bytes(inputs.size(), 0);
+  std::vector<std::vector<std::string>> warnings(inputs.size());
   Progress status(progress, inputs.size());
   std::atomic<size_t> next{0};
 
@@ -133,7 +137,7 @@ BatchReport runBatch(const SSReaderInterface& table, const std::vector<std::stri
       status.started(inputs[i]);
       const std::string output = (fs::path(options.outputDirectory) / names[i]).string();
       try {
-        reasons[i] = convertOne(table, inputs[i], output, options, bytes[i]);
+        reasons[i] = convertOne(table, inputs[i], output, options, bytes[i], warnings[i]);
       } catch (const std::exception& e) {  // memory, mostly: fail this file, keep the others
         reasons[i] = std::string("conversion failed: ") + e.what();
       }
@@ -149,6 +153,7 @@ BatchReport runBatch(const SSReaderInterface& table, const std::vector<std::stri
 
   BatchReport report;
   for (size_t i = 0; i < inputs.size(); ++i) {
+    for (std::string& warning : warnings[i]) report.warnings.push_back({inputs[i], warning});
     if (reasons[i]) {
       report.failures.push_back({inputs[i], *reasons[i]});
     } else {
@@ -162,6 +167,8 @@ BatchReport runBatch(const SSReaderInterface& table, const std::vector<std::stri
 
 std::string batchSummary(const BatchReport& report, size_t inputs) {
   std::string out;
+  for (const BatchFailure& warning : report.warnings)
+    out += fmt::format("wzss: {}: warning: {}\n", warning.input, warning.reason);
   for (const BatchFailure& failure : report.failures)
     out += fmt::format("wzss: {}: {}\n", failure.input, failure.reason);
   out += fmt::format("converted {} of {} workbooks", report.converted, inputs);

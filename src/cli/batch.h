@@ -22,6 +22,7 @@ struct BatchOptions {
   OutputFormat format = OutputFormat::Html;
   std::string outputDirectory;
   unsigned jobs = 1;
+  std::string encoding;  // empty: each workbook's header names its own
   CsvOptions csv;
   HtmlOptions html;
 };
@@ -34,6 +35,7 @@ struct BatchFailure {
 struct BatchReport {
   size_t converted = 0;
   std::vector<BatchFailure> failures;  // in the order of the inputs
+  std::vector<BatchFailure> warnings;  // the walker's, in the order of the inputs
   uint64_t bytes = 0;                  // read from the workbooks converted
   std::chrono::duration<double> elapsed{};
 };
@@ -51,7 +53,7 @@ BatchReport runBatch(const SSReaderInterface& table, const std::vector<std::stri
                      const BatchOptions& options, std::FILE* progress);
 
 // "converted 3 of 4 workbooks (1 failed), 12.5 KiB in 0.04 s" and one line
-// per failure before it.
+// per warning and failure before it.
 std::string batchSummary(const BatchReport& report, size_t inputs);
 
 }  // namespace wzss::cli

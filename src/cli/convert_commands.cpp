@@ -15,6 +15,7 @@
 #include "cli/json_writer.h"
 #include "cli/output_files.h"
 #include "cli/sheet_model.h"
+#include "wzss/host/text_encoding.h"
 
 namespace fs = std::filesystem;
 
@@ -120,6 +121,19 @@ OutputFormat formatNamed(const std::string& name) {
 
 }  // namespace
 
+void addEncodingOption(CLI::App& command, std::string& encoding) {
+  const CLI::Validator known(
+      [](std::string& name) {
+        return host::encodingKnown(name) ? std::string() : "unknown encoding \"" + name + "\"";
+      },
+      "NAME");
+  command
+      .add_option("--encoding", encoding,
+                  "Encoding of the workbook's texts (default: the one its header names, "
+                  "else ISO-8859-1); any name iconv knows")
+      ->check(known);
+}
+
 ConvertCommands::ConvertCommands(CLI::App& app) {
   csv_ = app.add_subcommand(
       "csv", "Write sheets as CSV (RFC 4180: CRLF, quoted fields) of their display texts");
@@ -130,6 +144,16 @@ ConvertCommands::ConvertCommands(CLI::App& app) {
                    "that receives one file per sheet, named after the sheets");
   csv_->add_flag("--keep-hidden", keepHidden_,
                  "Keep hidden rows and columns (their cells come without text)");
+  csv_->add_flag("--bom", bom_, "Begin each file with a UTF-8 byte-order mark");
+  const auto valuesOption = [this](CLI::App* command) {
+    command
+        ->add_option("--values", values_,
+                     "display: the texts as shown; typed: numbers without separators, "
+                     "dates and times in ISO 8601, where the text fixes them exactly")
+        ->check(CLI::IsMember({"display", "typed"}))
+        ->capture_default_str();
+  };
+  valuesOption(csv_);
 
   json_ = app.add_subcommand("json",
                              "Write the whole workbook as one JSON document (docs/json-schema.md)");
@@ -164,6 +188,10 @@ ConvertCommands::ConvertCommands(CLI::App& app) {
   convert_->add_flag("--keep-hidden", keepHidden_, "CSV: keep hidden rows and columns");
   titleOptions(convert_);
   convert_->add_option("FILES", files_, "Workbook files")->required();
+  convert_->add_flag("--bom", bom_, "CSV: begin each file with a UTF-8 byte-order mark");
+  valuesOption(convert_);
+  for (CLI::App* command : {csv_, json_, html_, convert_})
+    addEncodingOption(*command, encoding_);
 }
 
 bool ConvertCommands::parsed() const {
@@ -181,20 +209,29 @@ int ConvertCommands::run(const SSReaderInterface& table) {
 int ConvertCommands::runCsv(const SSReaderInterface& table) {
   CsvCommandSink sink(sheet_, output_);
   uint64_t bytes = 0;
-  if (auto walked = writeCsvSheets(table, file_, CsvOptions{keepHidden_}, sink, &bytes); !walked)
-    return fail(file_, walked.error().message);
+  CsvOptions options;
+  options.keepHidden = keepHidden_;
+  options.bom = bom_;
+  options.encoding = encoding_;
+  options.typedValues = values_ == "typed";
+  std::vector<std::string> warnings;
+  auto walked = writeCsvSheets(table, file_, options, sink, &bytes, &warnings);
+  warn(file_, warnings);
+  if (!walked) return fail(file_, walked.error().message);
   return sink.finish(file_);
 }
 
 int ConvertCommands::runJson(const SSReaderInterface& table) {
-  auto book = readWorkbook(table, file_);
+  auto book = readWorkbook(table, file_, encoding_);
   if (!book) return fail(file_, book.error().message);
+  warn(file_, book.value().warnings);
   return emit(output_, workbookJsonText(book.value()));
 }
 
 int ConvertCommands::runHtml(const SSReaderInterface& table) {
-  auto book = readWorkbook(table, file_);
+  auto book = readWorkbook(table, file_, encoding_);
   if (!book) return fail(file_, book.error().message);
+  warn(file_, book.value().warnings);
   HtmlOptions options;
   options.titleRows = titleRows_;
   options.titleColumns = titleColumns_;
@@ -206,7 +243,10 @@ int ConvertCommands::runConvert(const SSReaderInterface& table) {
   options.format = formatNamed(to_);
   options.outputDirectory = output_;
   options.jobs = jobs_ != 0 ? jobs_ : std::max(1u, std::thread::hardware_concurrency());
+  options.encoding = encoding_;
   options.csv.keepHidden = keepHidden_;
+  options.csv.bom = bom_;
+  options.csv.typedValues = values_ == "typed";
   options.html.titleRows = titleRows_;
   options.html.titleColumns = titleColumns_;
   std::error_code code;

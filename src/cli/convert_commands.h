@@ -1,9 +1,12 @@
 // The converter's subcommands of wzss:
 //
-//   wzss csv FILE [--sheet N|NAME] [-o OUT] [--keep-hidden]
+//   wzss csv FILE [--sheet N|NAME] [-o OUT] [--keep-hidden] [--bom] [--values display|typed]
 //   wzss json FILE [-o OUT]
 //   wzss html FILE [-o OUT] [--title-rows N] [--title-columns N]
 //   wzss convert --to csv|json|html -o DIR [-j N] FILES...
+//
+// Each takes --encoding NAME, the encoding of the workbook's texts when its
+// header names a wrong one.
 //
 // Exit status as the other subcommands: 0 success, 1 a file could not be
 // read or written (for convert: any workbook failed), 2 usage errors.
@@ -17,6 +20,9 @@
 #include "wzss/reader_abi.h"
 
 namespace wzss::cli {
+
+// --encoding NAME on a subcommand; a name iconv does not know is a usage error.
+void addEncodingOption(CLI::App& command, std::string& encoding);
 
 class ConvertCommands {
  public:
@@ -42,6 +48,9 @@ class ConvertCommands {
   std::string output_;
   std::string sheet_;
   bool keepHidden_ = false;
+  bool bom_ = false;
+  std::string values_ = "display";
+  std::string encoding_;
   unsigned titleRows_ = 0;
   unsigned titleColumns_ = 0;
   std::string to_;

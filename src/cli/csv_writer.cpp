@@ -3,11 +3,14 @@
 #include <algorithm>
 #include <tuple>
 
+#include "wzss/host/values.h"
+
 namespace wzss::cli {
 namespace {
 
 constexpr std::string_view kRecordEnd = "\r\n";
 constexpr std::string_view kQuote = "\"";
+constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
 // A comma, a double quote, CR or LF. A plain loop: on a cell's few bytes,
 // find_first_of calls memchr once per byte, and reading eight bytes at a
@@ -258,9 +261,14 @@ void CsvSheet::add(const host::Item& item) {
     hideColumns({columns->first, columns->last, 0});
   } else if (const auto* cell = std::get_if<host::Cell>(&item)) {
     const bool formattedEmpty = cell->hasFont == 0 && !cell->text;
-    if (!formattedEmpty)
-      addCell(cell->row, cell->column, cell->text ? std::string_view(*cell->text) : "");
+    if (!formattedEmpty) addShown(cell->row, cell->column, cell->text);
   }
+}
+
+void CsvSheet::addShown(uint32_t row, uint32_t column, const std::optional<std::string>& text) {
+  if (!text) return addCell(row, column, "");
+  if (!options_.typedValues) return addCell(row, column, *text);
+  addCell(row, column, host::plainText(host::inferValue(*text), *text));
 }
 
 // Fields already written were placed with the hidden lines known then, so
@@ -369,6 +377,7 @@ bool CsvSheet::write(const PieceWriter& write) {
 
 template <class Output>
 void CsvSheet::writeTo(Output& out) {
+  if (options_.bom) out.append(kByteOrderMark);
   settleHiddenLines();
   if (inOrder_) return writeInOrder(out);
   // Sorted by position; of several entries for one position the last one
@@ -424,17 +433,18 @@ std::string csvText(const SheetModel& sheet, const CsvOptions& options) {
   for (const Run& run : sheet.hiddenRows) csv.hideRows(run);
   for (const Run& run : sheet.hiddenColumns) csv.hideColumns(run);
   for (const auto& [position, cell] : sheet.cells)
-    if (!cell.formattedEmpty)
-      csv.addCell(position.first, position.second, cell.text ? std::string_view(*cell.text) : "");
+    if (!cell.formattedEmpty) csv.addShown(position.first, position.second, cell.text);
   return csv.text();
 }
 
 host::Status writeCsvSheets(const SSReaderInterface& table, const std::string& path,
-                            const CsvOptions& options, CsvSink& sink, uint64_t* bytes) {
+                            const CsvOptions& options, CsvSink& sink, uint64_t* bytes,
+                            std::vector<std::string>* warnings) {
   CsvStreamer streamer(options, sink);
   host::WalkOptions walk;
   walk.cellStyles = false;  // a CSV shows texts only
-  return walkWorkbookFile(table, path, streamer, bytes, walk);
+  walk.encoding = options.encoding;
+  return walkWorkbookFile(table, path, streamer, bytes, walk, warnings);
 }
 
 }  // namespace wzss::cli

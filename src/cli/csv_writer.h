@@ -14,6 +14,7 @@
 #include <cstring>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -27,6 +28,14 @@ struct CsvOptions {
   // Hidden rows and columns are left out unless this is set; their cells
   // then give empty fields (the plug-in delivers hidden cells without text).
   bool keepHidden = false;
+  // Each sheet's CSV begins with a UTF-8 byte-order mark (spreadsheet
+  // applications take it as the sign of UTF-8).
+  bool bom = false;
+  // The workbook's encoding (empty: the one its header names).
+  std::string encoding;
+  // Fields hold values instead of display texts: numbers plain (no
+  // separators, "$" or "%"), dates and times in ISO 8601, other texts as shown.
+  bool typedValues = false;
 };
 
 // One field, quoted when it needs to be.
@@ -55,6 +64,8 @@ class CsvSheet {
   void hideColumns(const Run& run);
   // A cell with its own line; no text is an empty field.
   void addCell(uint32_t row, uint32_t column, std::string_view text);
+  // The same for a display text, or its value when the options ask for values.
+  void addShown(uint32_t row, uint32_t column, const std::optional<std::string>& text);
 
   // Forgets the sheet but keeps the memory, for the next sheet.
   void clear();
@@ -231,9 +242,10 @@ class CsvSink {
 };
 
 // Reads the workbook at path through the plug-in into sink; *bytes receives
-// the file's size. The walk's error, if any: what the sink refuses is the
-// sink's to tell.
+// the file's size, *warnings (when given) the walker's warnings. The walk's
+// error, if any: what the sink refuses is the sink's to tell.
 host::Status writeCsvSheets(const SSReaderInterface& table, const std::string& path,
-                            const CsvOptions& options, CsvSink& sink, uint64_t* bytes);
+                            const CsvOptions& options, CsvSink& sink, uint64_t* bytes,
+                            std::vector<std::string>* warnings = nullptr);
 
 }  // namespace wzss::cli

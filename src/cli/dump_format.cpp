@@ -134,7 +134,7 @@ std::string objectFields(const host::Object& o) {
   std::string size = "-";
   if (StreamInterface* stream = o.content.stream()) {
     content = fmt::format("stream:{}", stream->streamLength);
-    if (auto text = host::contentSizeText(stream)) size = quoteText(*text);
+    if (auto text = o.content.sizeText()) size = quoteText(*text);
   }
   return fmt::format("kind={} from={} to={} border={} w156={} descriptor={} content={} size={}",
                      o.objectKind, corner(o.topColumn, o.topRow, o.topX, o.topY),

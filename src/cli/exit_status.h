@@ -6,6 +6,7 @@
 
 #include <cstdio>
 #include <string>
+#include <vector>
 
 namespace wzss::cli {
 
@@ -18,6 +19,11 @@ inline int fail(const std::string& subject, const std::string& reason,
                 int status = kExitFailure) {
   fmt::print(stderr, "wzss: {}: {}\n", subject, reason);
   return status;
+}
+
+// "wzss: SUBJECT: warning: TEXT" on stderr for each warning.
+inline void warn(const std::string& subject, const std::vector<std::string>& warnings) {
+  for (const std::string& warning : warnings) fmt::print(stderr, "wzss: {}: warning: {}\n", subject, warning);
 }
 
 }  // namespace wzss::cli

@@ -69,13 +69,17 @@ struct Workbook {
   std::unique_ptr<host::Walker> walker;
 };
 
-int openWorkbook(const host::Plugin& plugin, const std::string& path, Workbook& book) {
+int openWorkbook(const host::Plugin& plugin, const std::string& path, const std::string& encoding,
+                 Workbook& book) {
   std::string error;
   book.file = host::FileStream::open(path, &error);
   if (!book.file) return fail(path, "cannot open: " + error);
   // Linked objects name their files relative to the workbook's folder.
   book.services.setBaseFolder(fs::path(path).parent_path().string());
-  book.walker = std::make_unique<host::Walker>(plugin.table(), book.file->get(), book.services.get());
+  host::WalkOptions options;
+  options.encoding = encoding;
+  book.walker =
+      std::make_unique<host::Walker>(plugin.table(), book.file->get(), book.services.get(), options);
   auto sheets = book.walker->open();
   if (!sheets) return fail(path, sheets.error().message);
   return kExitOk;
@@ -89,9 +93,20 @@ std::string readFirstBytes(const std::string& path, size_t count) {
   return bytes;
 }
 
-int runInfo(const host::Plugin& plugin, const std::string& path, Output& out) {
+// The walker's warnings, once the workbook is done with (or given up).
+struct WarningsAtEnd {
+  const std::string& path;
+  const Workbook& book;
+  ~WarningsAtEnd() {
+    if (book.walker) warn(path, book.walker->warnings());
+  }
+};
+
+int runInfo(const host::Plugin& plugin, const std::string& path, const std::string& encoding,
+            Output& out) {
   Workbook book;
-  if (int status = openWorkbook(plugin, path, book); status != kExitOk) return status;
+  WarningsAtEnd warnings{path, book};
+  if (int status = openWorkbook(plugin, path, encoding, book); status != kExitOk) return status;
   constexpr size_t kHeaderBytes = 64;
   const std::string digits = headerVersion(readFirstBytes(path, kHeaderBytes));
   out.line(fmt::format("version {} code {}", quoteText(digits), versionCode(digits)));
@@ -113,9 +128,11 @@ class DumpVisitor : public host::SheetVisitor {
   Output& out_;
 };
 
-int runDump(const host::Plugin& plugin, const std::string& path, int sheetNumber, Output& out) {
+int runDump(const host::Plugin& plugin, const std::string& path, const std::string& encoding,
+            int sheetNumber, Output& out) {
   Workbook book;
-  if (int status = openWorkbook(plugin, path, book); status != kExitOk) return status;
+  WarningsAtEnd warnings{path, book};
+  if (int status = openWorkbook(plugin, path, encoding, book); status != kExitOk) return status;
   DumpVisitor visitor(out);
   const auto& sheets = book.walker->sheets();
   if (sheetNumber != 0) {
@@ -177,15 +194,16 @@ class ObjectVisitor : public host::SheetVisitor {
   std::string failedFile_;
 };
 
-int runObjects(const host::Plugin& plugin, const std::string& path, const std::string& extractDir,
-               Output& out) {
+int runObjects(const host::Plugin& plugin, const std::string& path, const std::string& encoding,
+               const std::string& extractDir, Output& out) {
   if (!extractDir.empty()) {
     std::error_code error;
     fs::create_directories(extractDir, error);
     if (error) return fail(extractDir, "cannot create: " + error.message());
   }
   Workbook book;
-  if (int status = openWorkbook(plugin, path, book); status != kExitOk) return status;
+  WarningsAtEnd warnings{path, book};
+  if (int status = openWorkbook(plugin, path, encoding, book); status != kExitOk) return status;
   ObjectVisitor visitor(out, extractDir);
   auto walked = book.walker->walkAll(visitor);
   if (!visitor.failedFile().empty()) return fail(visitor.failedFile(), "cannot write the drawing");
@@ -204,6 +222,7 @@ int run(int argc, char** argv) {
   std::string file;
   int sheetNumber = 0;
   std::string extractDir;
+  std::string encoding;
 
   CLI::App* info = app.add_subcommand("info", "Print the header version and the sheet list");
   info->add_option("FILE", file, "Workbook file")->required();
@@ -215,6 +234,7 @@ int run(int argc, char** argv) {
   objects->add_option("FILE", file, "Workbook file")->required();
   objects->add_option("--extract", extractDir,
                       "Write each drawing to DIR/<sheet>-<n>.txt, page-size line replaced");
+  for (CLI::App* command : {info, dump, objects}) addEncodingOption(*command, encoding);
   ConvertCommands converter(app);
 
   try {
@@ -235,9 +255,9 @@ int run(int argc, char** argv) {
 
   Output out;
   int status = kExitOk;
-  if (info->parsed()) status = runInfo(plugin, file, out);
-  if (dump->parsed()) status = runDump(plugin, file, sheetNumber, out);
-  if (objects->parsed()) status = runObjects(plugin, file, extractDir, out);
+  if (info->parsed()) status = runInfo(plugin, file, encoding, out);
+  if (dump->parsed()) status = runDump(plugin, file, encoding, sheetNumber, out);
+  if (objects->parsed()) status = runObjects(plugin, file, encoding, extractDir, out);
   if (converter.parsed()) status = converter.run(plugin.table());
   if (!out.flush() && status == kExitOk) return fail("stdout", "write error");
   return status;

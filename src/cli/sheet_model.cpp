@@ -74,7 +74,7 @@ ObjectModel objectOf(host::Object& object) {
     model.drawingLength = content->streamLength;
     // The object stream reads through the sheet: read it now, before the
     // walker pulls the next item.
-    model.sizeText = host::contentSizeText(content);
+    model.sizeText = object.content.sizeText();
   }
   return model;
 }
@@ -229,7 +229,8 @@ void SheetGatherer::add(host::Item& item) {
 
 host::Status walkWorkbookFile(const SSReaderInterface& table, const std::string& path,
                               host::SheetVisitor& visitor, uint64_t* bytes,
-                              const host::WalkOptions& options) {
+                              const host::WalkOptions& options,
+                              std::vector<std::string>* warnings) {
   std::string error;
   std::unique_ptr<host::FileStream> file = host::FileStream::open(path, &error);
   if (!file) return host::WalkError{host::WalkErrorKind::NotAWorkbook, "cannot open: " + error};
@@ -238,14 +239,20 @@ host::Status walkWorkbookFile(const SSReaderInterface& table, const std::string&
   // Linked objects name their files relative to the workbook's folder.
   services.setBaseFolder(std::filesystem::path(path).parent_path().string());
   host::Walker walker(table, file->get(), services.get(), options);
-  if (auto sheets = walker.open(); !sheets) return sheets.error();
-  return walker.walkAll(visitor);
+  auto sheets = walker.open();
+  host::Status walked = sheets ? walker.walkAll(visitor) : host::Status(sheets.error());
+  if (warnings != nullptr) *warnings = walker.warnings();
+  return walked;
 }
 
-host::Result<WorkbookModel> readWorkbook(const SSReaderInterface& table, const std::string& path) {
+host::Result<WorkbookModel> readWorkbook(const SSReaderInterface& table, const std::string& path,
+                                         const std::string& encoding) {
   SheetGatherer gatherer;
   WorkbookModel book;
-  if (auto walked = walkWorkbookFile(table, path, gatherer, &book.bytes); !walked)
+  host::WalkOptions options;
+  options.encoding = encoding;
+  if (auto walked = walkWorkbookFile(table, path, gatherer, &book.bytes, options, &book.warnings);
+      !walked)
     return walked.error();
   book.path = path;
   book.sheets = std::move(gatherer.sheets());

@@ -103,19 +103,24 @@ struct WorkbookModel {
   std::string path;
   uint64_t bytes = 0;  // size of the file read
   std::vector<SheetModel> sheets;
+  std::vector<std::string> warnings;  // the walker's, for the user
 };
 
 // Opens the workbook at path and walks every sheet into visitor; *bytes
-// receives the file's size. The table is only read, so any number of
-// threads may walk workbooks through one table at the same time.
+// receives the file's size, *warnings (when given) the walker's warnings.
+// The table is only read, so any number of threads may walk workbooks
+// through one table at the same time.
 host::Status walkWorkbookFile(const SSReaderInterface& table, const std::string& path,
                               host::SheetVisitor& visitor, uint64_t* bytes,
-                              const host::WalkOptions& options = {});
+                              const host::WalkOptions& options = {},
+                              std::vector<std::string>* warnings = nullptr);
 
 // Reads the whole workbook at path through the plug-in's table: every sheet
-// walked to its end. The table is only read, so any number of threads may
-// read workbooks through one table at the same time.
-host::Result<WorkbookModel> readWorkbook(const SSReaderInterface& table, const std::string& path);
+// walked to its end, its texts read in `encoding` (empty: the header's).
+// The table is only read, so any number of threads may read workbooks
+// through one table at the same time.
+host::Result<WorkbookModel> readWorkbook(const SSReaderInterface& table, const std::string& path,
+                                         const std::string& encoding = {});
 
 // Gathers items into a sheet model; readWorkbook uses it, and tests can
 // feed it items directly.

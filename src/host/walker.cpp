@@ -14,6 +14,8 @@ constexpr intptr_t kMaxTextBuffer = intptr_t{1} << 30;
 constexpr uint64_t kMaxUnsizedContent = uint64_t{1} << 30;
 constexpr size_t kReadChunk = 64 * 1024;
 constexpr int32_t kFilterReplacePageSize = 2;
+// The header line is far shorter; the encoding name is all the walker reads of it.
+constexpr size_t kMaxHeaderLine = 256;
 
 WalkError failure(WalkErrorKind kind, std::string message) { return {kind, std::move(message)}; }
 
@@ -23,9 +25,9 @@ std::string sheetLabel(const SheetInfo& sheet) {
 
 // Into an existing font, whose name keeps its storage; cells mostly repeat
 // the typeface of the cell before.
-void assignFont(const FontRecord& record, Font& font) {
-  const std::string_view name(record.name, strnlen(record.name, sizeof record.name));
-  if (font.name != name) font.name.assign(name);
+void assignFont(const FontRecord& record, TextDecoder& decoder, Font& font) {
+  decoder.assign(std::string_view(record.name, strnlen(record.name, sizeof record.name)),
+                 font.name);
   font.size = record.size;
   font.bold = record.bold != 0;
   font.italic = record.italic != 0;
@@ -34,9 +36,9 @@ void assignFont(const FontRecord& record, Font& font) {
   font.pitchAndFamily = record.pitchAndFamily;
 }
 
-Font fontOf(const FontRecord& record) {
+Font fontOf(const FontRecord& record, TextDecoder& decoder) {
   Font font;
-  assignFont(record, font);
+  assignFont(record, decoder, font);
   return font;
 }
 
@@ -48,7 +50,7 @@ Borders bordersOf(const Record& r) {
                  {r.bottomStyle, r.bottomColor}};
 }
 
-Settings settingsOf(const SheetItemSettings& s) {
+Settings settingsOf(const SheetItemSettings& s, TextDecoder& decoder) {
   Settings out;
   out.settingsCode = s.settingsCode;
   out.maxRow = s.maxRow;
@@ -63,10 +65,28 @@ Settings settingsOf(const SheetItemSettings& s) {
   out.presetF = s.presetF;
   out.presetG = s.presetG;
   out.hasFont = s.hasFont;
-  out.font = fontOf(s.font);
+  out.font = fontOf(s.font, decoder);
   out.hasFill = s.hasFill;
   out.presetH = s.presetH;
   return out;
+}
+
+// The first line of the document, read through its own Open and Close
+// before the plug-in's first pass; empty when the stream gives nothing.
+std::string headerLine(StreamInterface* document) {
+  std::string line;
+  if (document == nullptr || document->Open == nullptr || document->Read == nullptr ||
+      document->Open(document) == 0)
+    return line;
+  char chunk[kMaxHeaderLine];
+  while (line.size() < kMaxHeaderLine && line.find('\n') == std::string::npos) {
+    const int got =
+        document->Read(document, chunk, static_cast<int32_t>(kMaxHeaderLine - line.size()));
+    if (got <= 0) break;
+    line.append(chunk, static_cast<size_t>(std::min<int>(got, sizeof chunk)));
+  }
+  if (document->Close != nullptr) document->Close(document);
+  return line.substr(0, line.find('\n'));
 }
 
 }  // namespace
@@ -76,6 +96,8 @@ Settings settingsOf(const SheetItemSettings& s) {
 // ---------------------------------------------------------------------------
 
 struct Walker::Session {
+  explicit Session(TextDecoder& textDecoder) : decoder(textDecoder) {}
+  TextDecoder& decoder;
   // Buffers live until the sheet is closed and are reused from item to item:
   // a cell needs one, and its text is copied out before the next item.
   std::vector<std::unique_ptr<char[]>> buffers;
@@ -117,14 +139,8 @@ struct Walker::Session {
     for (size_t i = 0; i < used; ++i) {
       if (buffers[i].get() != text) continue;
       const size_t size = strnlen(text, std::min<size_t>(length, capacities[i]));
-      // clear and append: the string keeps its storage, and append skips
-      // assign's check for text inside the string itself.
-      if (out) {
-        out->clear();
-        out->append(text, size);
-      } else {
-        out.emplace(text, size);
-      }
+      if (!out) out.emplace();
+      decoder.decode(std::string_view(text, size), *out);
       return true;
     }
     return false;
@@ -207,6 +223,12 @@ bool readContentLines(StreamInterface* content,
   return true;
 }
 
+std::optional<std::string> ObjectContent::sizeText() const {
+  auto text = contentSizeText(stream());
+  if (text && decoder_ != nullptr) decoder_->decode(std::string(*text), *text);
+  return text;
+}
+
 std::optional<std::string> contentSizeText(StreamInterface* content) {
   if (content == nullptr || content->FilterLine == nullptr || content->Open == nullptr)
     return std::nullopt;
@@ -230,6 +252,33 @@ Walker::~Walker() {
   if (reader_ != nullptr) table_.CloseReader(reader_);
 }
 
+std::vector<std::string> Walker::warnings() const {
+  std::vector<std::string> all = warnings_;
+  if (decoder_ != nullptr && decoder_->invalidSequences() != 0)
+    all.push_back(std::to_string(decoder_->invalidSequences()) + " byte(s) not valid in " +
+                  decoder_->encoding() + " replaced by U+FFFD");
+  if (decoder_ != nullptr && decoder_->outsideAscii() != 0)
+    all.push_back(std::to_string(decoder_->outsideAscii()) +
+                  " byte(s) above 0x7F in texts of an ASCII workbook read as " +
+                  decoder_->encoding());
+  return all;
+}
+
+// The encoding asked for, else the header's; an unknown or missing name is
+// read as the fallback, which maps every byte, and said so.
+void Walker::chooseEncoding() {
+  const bool asked = !options_.encoding.empty();
+  const std::string name = asked ? options_.encoding : headerEncodingName(headerLine(document_));
+  decoder_ = std::make_shared<TextDecoder>(name);
+  if (decoder_->known()) return;
+  const std::string fallback = "texts are read as " + decoder_->encoding();
+  if (name.empty())
+    warnings_.push_back("the header names no encoding: " + fallback);
+  else
+    warnings_.push_back(std::string(asked ? "the" : "the header's") + " encoding \"" + name +
+                        "\" is unknown: " + fallback);
+}
+
 Result<std::vector<SheetInfo>> Walker::open() {
   if (reader_ != nullptr) return sheets_;
   if (table_.AllocateReader == nullptr || table_.CloseReader == nullptr ||
@@ -237,14 +286,17 @@ Result<std::vector<SheetInfo>> Walker::open() {
       table_.ProcessSheet == nullptr || table_.CloseSheet == nullptr)
     return failure(WalkErrorKind::BadTable, "the plug-in's entry-point table is incomplete");
 
+  if (decoder_ == nullptr) chooseEncoding();
   reader_ = table_.AllocateReader(nullptr, 0, document_, services_, 0, options_.readerFlags);
   if (reader_ == nullptr)
     return failure(WalkErrorKind::ReaderNotAllocated, "the plug-in could not allocate a reader");
 
   WorkbookInfo info{};
   const int32_t described = table_.GetWorkSheetInfo(reader_, &info, 0);
-  if (described == 0 && info.sheets == nullptr)
+  if (described == 0 && info.sheets == nullptr) {
+    warnings_.clear();  // what the header says of encodings means nothing then
     return failure(WalkErrorKind::NotAWorkbook, "not a workbook of this format");
+  }
   if (described == 0)
     return failure(WalkErrorKind::IncompleteWorkbook,
                    "the workbook's prologue could not be read to its end");
@@ -254,7 +306,8 @@ Result<std::vector<SheetInfo>> Walker::open() {
     const SheetEntry& entry = info.sheets[i];
     SheetInfo sheet;
     sheet.number = i + 1;
-    sheet.name.assign(entry.name, strnlen(entry.name, sizeof entry.name));
+    decoder_->decode(std::string_view(entry.name, strnlen(entry.name, sizeof entry.name)),
+                     sheet.name);
     sheet.nameLength = entry.nameLength;
     sheet.kind = entry.kind;
     sheet.viewPos = entry.viewPos;
@@ -282,7 +335,7 @@ Result<SheetStats> Walker::walkSheet(size_t index, SheetVisitor& visitor) {
                                                    " (the workbook has " +
                                                    std::to_string(sheets_.size()) + ")");
   const SheetInfo& info = sheets_[index];
-  Session session;
+  Session session(*decoder_);
   SheetReader* sheet = table_.InitSheet(reader_, reinterpret_cast<uintptr_t>(&session),
                                         info.viewPos, &Walker::callback, options_.sheetFlags);
   if (sheet == nullptr)
@@ -310,7 +363,7 @@ Result<SheetStats> Walker::walkSheet(size_t index, SheetVisitor& visitor) {
                                                       " items");
 
     switch (raw.itemType) {
-      case WZSS_ITEM_SETTINGS: item = settingsOf(raw.settings); break;
+      case WZSS_ITEM_SETTINGS: item = settingsOf(raw.settings, *decoder_); break;
       case WZSS_ITEM_OPTION: item = Option{raw.option.option}; break;
       case WZSS_ITEM_ROW_RUN: item = RowRun{raw.run.first, raw.run.last, raw.run.size}; break;
       case WZSS_ITEM_COLUMN_RUN: item = ColumnRun{raw.run.first, raw.run.last, raw.run.size}; break;
@@ -335,7 +388,7 @@ Result<SheetStats> Walker::walkSheet(size_t index, SheetVisitor& visitor) {
         cell.hasFill = c.hasFill;
         if (options_.cellStyles) {
           cell.borders = bordersOf(c);
-          assignFont(c.font, cell.font);
+          assignFont(c.font, *decoder_, cell.font);
           cell.fill = session.fillNumbered(c.hasFill);
         }
         cell.cellFlag = c.cellFlag;
@@ -365,7 +418,7 @@ Result<SheetStats> Walker::walkSheet(size_t index, SheetVisitor& visitor) {
           object.frameStyle = d.frameStyle;
           object.frameColor = d.frameColor;
           object.descriptorPreset = d.descriptorPreset;
-          object.content = ObjectContent(services_, o.descriptor);
+          object.content = ObjectContent(services_, o.descriptor, decoder_);
         }
         item = std::move(object);
         break;

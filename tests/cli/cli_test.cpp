@@ -112,6 +112,10 @@ INSTANTIATE_TEST_SUITE_P(
         ErrorCase{"unknownCommand", {"frobnicate", kBudget}, 2, "subcommand is required"},
         ErrorCase{"missingFileArgument", {"dump"}, 2, "FILE is required"},
         ErrorCase{"unknownOption", {"info", kBudget, "--bogus"}, 2, "--bogus"},
+        ErrorCase{"unknownEncoding",
+                  {"csv", kBudget, "--encoding", "NO-SUCH"},
+                  2,
+                  "unknown encoding \"NO-SUCH\""},
         ErrorCase{"sheetZero", {"dump", kBudget, kSheetOption, "0"}, 2, kSheetOption},
         ErrorCase{"sheetNotANumber", {"dump", kBudget, kSheetOption, "two"}, 2, kSheetOption},
         ErrorCase{"sheetOutsideTheList",
@@ -222,6 +226,39 @@ TEST(CliTest, ObjectsWithoutExtractWritesNothing) {
   ASSERT_EQ(run.status, 0) << run.err;
   EXPECT_EQ(linesOf(run.out).size(), 1u) << run.out;
   EXPECT_EQ(run.out.find("->"), std::string::npos);
+}
+
+// Texts come out in UTF-8 (the golden dumps show each conversion); what had
+// to be replaced or assumed on the way is said once on stderr.
+TEST(CliTest, EncodingWarningsOverrideAndByteOrderMark) {
+  const std::string book = kSamples + "/encodings.wzs";
+  const std::string warning = "wzss: " + book + ": warning: ";
+  const CommandRun csv = wzss({"csv", book, "--bom"});
+  EXPECT_EQ(csv.out.rfind("\xEF\xBB\xBFRaw: na\xC3\xAFve \xE2\x82\xAC ", 0), 0u) << csv.out;
+  EXPECT_EQ(csv.err, warning + "2 byte(s) not valid in WINDOWS-1252 replaced by U+FFFD\n");
+  EXPECT_EQ(wzss({"csv", book, "--values", "typed"}).out.substr(0, 37),
+            "Raw: na\xC3\xAFve \xE2\x82\xAC \xE2\x80\x9Cquoted\xE2\x80\x9D,1234.5\r\n");
+  // In ISO-8859-15 0x80 is a control character and 0x81 is valid.
+  const CommandRun latin9 = wzss({"csv", book, "--encoding", "ISO-8859-15"});
+  EXPECT_EQ(latin9.out.rfind("Raw: na\xC3\xAFve \xC2\x80 ", 0), 0u) << latin9.out;
+  EXPECT_EQ(latin9.err, "");
+  const CommandRun ascii = wzss({"dump", kSamples + "/formats.wzs"});
+  EXPECT_EQ(ascii.err, "wzss: " + kSamples + "/formats.wzs: warning: 1 byte(s) above 0x7F in "
+                       "texts of an ASCII workbook read as ISO-8859-1\n");
+
+  ScratchDir dir;
+  const fs::path utf8 = dir.path() / "utf8.wzs";
+  std::string cp1252 = readFile(book);
+  std::ofstream(utf8) << cp1252.replace(cp1252.find("WINDOWS-1252"), 12, "UTF-8");
+  EXPECT_NE(wzss({"info", utf8.string()}).err.find(" not valid in UTF-8 replaced by U+FFFD\n"),
+            std::string::npos);
+  const fs::path unknown = dir.path() / "unknown.wzs";
+  std::string text = readFile(kBudget);
+  text.replace(text.find("US-ASCII"), 8, "NO-SUCH");
+  std::ofstream(unknown) << text;
+  const CommandRun named = wzss({"info", unknown.string()});
+  EXPECT_EQ(named.err, "wzss: " + unknown.string() + ": warning: the header's encoding "
+                       "\"NO-SUCH\" is unknown: texts are read as ISO-8859-1\n");
 }
 
 // Golden dumps: `wzss dump` of every sample, byte for byte. The golden files

@@ -13,6 +13,12 @@ namespace {
 using convert_test::sheetOf;
 using convert_test::textCell;
 
+CsvOptions hiddenKept(bool keep) {
+  CsvOptions options;
+  options.keepHidden = keep;
+  return options;
+}
+
 // Texts with several marks, and those with none; one mark at every place is
 // the next test's.
 TEST(CsvField, QuotesOnlyWhatNeedsQuoting) {
@@ -76,7 +82,7 @@ TEST(WriteCsv, RunsFromA1ToTheLastTextWithoutHiddenLines) {
       {"hidden lines left out", grid, {}, "\"a,1\",\"c\"\"1\"\r\n\"multi\r\nline\",c3\r\n"},
       {"hidden lines kept as empty fields",
        grid,
-       {.keepHidden = true},
+       hiddenKept(true),
        "\"a,1\",,\"c\"\"1\"\r\n,,\r\n\"multi\r\nline\",,c3\r\n"},
       {"from A1 to the last text", sheetOf(textCell(2, 3, "x"), styledOnly), {}, ",,\r\n,,x\r\n"},
       {"no text, no record", sheetOf(host::RowRun{1, 1, 300}), {}, ""},
@@ -215,7 +221,7 @@ TEST(CsvSheet, AgreesWithThePlainReadingOnRandomSheets) {
     int rounds;
   } places[] = {{0, 0, 3000}, {4093, 1, 150}, {1, 4093, 150}, {65530, 1, 20}};
   std::mt19937 random(7);
-  CsvSheet hiding({.keepHidden = false}), keeping({.keepHidden = true});
+  CsvSheet hiding(hiddenKept(false)), keeping(hiddenKept(true));
   for (const auto& place : places) {
     for (int round = 0; round < place.rounds; ++round) {
       const std::vector<host::Item> items = randomSheet(random, place.firstRow, place.firstColumn);

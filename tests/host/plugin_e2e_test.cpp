@@ -60,7 +60,11 @@ struct OrderChecker : SheetVisitor {
     } else if (auto* cell = std::get_if<Cell>(&item)) {
       itemPhase = 2;
       ++cells;
-      if (cell->text && cell->text->size() + 1 != cell->textLength)
+      // Converted to UTF-8, a text with bytes above 0x7F may grow.
+      const bool ascii = cell->text && std::all_of(cell->text->begin(), cell->text->end(),
+                                                   [](char c) { return c >= 0; });
+      if (cell->text && (ascii ? cell->text->size() + 1 != cell->textLength
+                               : cell->text->size() + 1 < cell->textLength))
         problems.push_back(where + ": text length differs from textLength");
     }
     if (itemPhase < phase) problems.push_back(where + ": item after a later phase");
@@ -118,8 +122,11 @@ TEST_P(SampleTest, WalksEverySheetInOrderAndLeavesNothingAlive) {
 
 TEST_P(SampleTest, ReaderFlagSuppressesObjectsAndSheetFlagTheirStreams) {
   const Walked full = walk(GetParam());
-  const Walked noObjects = walk(GetParam(), WalkOptions{WZSS_READER_NO_OBJECTS, 0, 0});
-  const Walked noStreams = walk(GetParam(), WalkOptions{0, WZSS_SHEET_NO_OBJECT_STREAMS, 0});
+  WalkOptions noObjectItems, noObjectStreams;
+  noObjectItems.readerFlags = WZSS_READER_NO_OBJECTS;
+  noObjectStreams.sheetFlags = WZSS_SHEET_NO_OBJECT_STREAMS;
+  const Walked noObjects = walk(GetParam(), noObjectItems);
+  const Walked noStreams = walk(GetParam(), noObjectStreams);
   EXPECT_EQ(noObjects.checker.objects, 0u);
   EXPECT_EQ(noObjects.checker.cells, full.checker.cells);
   EXPECT_EQ(noStreams.checker.objects, full.checker.objects);

@@ -4,6 +4,11 @@
 // each sheet open it, pump it to the end and close it, handing every item to
 // a visitor as a typed C++ value.
 //
+// Every text it hands out (sheet names, cell texts, font names, object size
+// texts) is UTF-8, converted from the encoding the header line names (or
+// WalkOptions::encoding); what it had to assume or replace on the way is in
+// warnings().
+//
 // The walker plays the host's part of the contract: it hands out the text
 // buffers of callback op 0 (a per-sheet arena, reused from item to item),
 // numbers the fills of op 2 (1, 2, ... in the order the sheet registers
@@ -21,6 +26,7 @@
 #include <variant>
 #include <vector>
 
+#include "wzss/host/text_encoding.h"
 #include "wzss/reader_abi.h"
 
 namespace wzss::host {
@@ -145,10 +151,13 @@ struct Cell {
 class ObjectContent {
  public:
   ObjectContent() = default;
-  ObjectContent(HostServices* services, ObjectDescriptor* descriptor)
-      : services_(services), descriptor_(descriptor) {}
+  ObjectContent(HostServices* services, ObjectDescriptor* descriptor,
+                std::shared_ptr<TextDecoder> decoder = nullptr)
+      : services_(services), descriptor_(descriptor), decoder_(std::move(decoder)) {}
   ObjectContent(ObjectContent&& other) noexcept
-      : services_(other.services_), descriptor_(std::exchange(other.descriptor_, nullptr)) {}
+      : services_(other.services_),
+        descriptor_(std::exchange(other.descriptor_, nullptr)),
+        decoder_(std::move(other.decoder_)) {}
   ObjectContent& operator=(ObjectContent&& other) noexcept;
   ObjectContent(const ObjectContent&) = delete;
   ObjectContent& operator=(const ObjectContent&) = delete;
@@ -160,10 +169,13 @@ class ObjectContent {
   // Hands the descriptor, and the stream in it, to the caller.
   ObjectDescriptor* take() { return std::exchange(descriptor_, nullptr); }
   void reset();
+  // contentSizeText of the stream, in UTF-8.
+  std::optional<std::string> sizeText() const;
 
  private:
   HostServices* services_ = nullptr;
   ObjectDescriptor* descriptor_ = nullptr;
+  std::shared_ptr<TextDecoder> decoder_;
 };
 
 // Type 17.
@@ -226,6 +238,8 @@ struct WalkOptions {
   // hasFont, hasBorder and hasFill flags, but not the font, borders and fill
   // themselves (a CSV needs no more).
   bool cellStyles = true;
+  // The encoding of the workbook's texts; empty: the one the header names.
+  std::string encoding;
 };
 
 class Walker {
@@ -241,6 +255,9 @@ class Walker {
   // Allocates the reader and runs the first pass; returns the sheet list.
   Result<std::vector<SheetInfo>> open();
   const std::vector<SheetInfo>& sheets() const { return sheets_; }
+  // What the walk had to assume or repair so far (an unknown encoding,
+  // bytes replaced by U+FFFD), one sentence each, for the user.
+  std::vector<std::string> warnings() const;
 
   // One sheet by index (from 0) into sheets(); open() must have succeeded.
   Result<SheetStats> walkSheet(size_t index, SheetVisitor& visitor);
@@ -249,6 +266,7 @@ class Walker {
 
  private:
   struct Session;
+  void chooseEncoding();
   static intptr_t callback(uintptr_t cookie, int32_t op, intptr_t argument, intptr_t zero);
 
   const SSReaderInterface& table_;
@@ -257,6 +275,9 @@ class Walker {
   WalkOptions options_;
   WorkbookReader* reader_ = nullptr;
   std::vector<SheetInfo> sheets_;
+  // Shared with the object content handed out, which may outlive a sheet.
+  std::shared_ptr<TextDecoder> decoder_;
+  std::vector<std::string> warnings_;
 };
 
 // ---------------------------------------------------------------------------
@@ -271,7 +292,8 @@ class Walker {
 bool readContentLines(StreamInterface* content,
                       const std::function<void(std::string_view line, bool newline)>& onLine);
 
-// The object's size text: what the filter makes of a page-size line.
+// The object's size text: what the filter makes of a page-size line, as
+// the plug-in gives it (ObjectContent::sizeText gives it in UTF-8).
 // Absent when the stream has no filter or cannot be opened.
 std::optional<std::string> contentSizeText(StreamInterface* content);
 
