@@ -406,7 +406,8 @@ void writeOrRaise(const std::string& out, std::string_view content) {
 
 py::object convertCsv(const PluginHandle& plugin, const std::string& path,
                       const std::optional<std::string>& out, bool keepHidden) {
-  const cli::CsvOptions options{keepHidden};
+  cli::CsvOptions options;
+  options.keepHidden = keepHidden;
   uint64_t bytes = 0;
   std::optional<host::Status> walked;
   if (!out) {
