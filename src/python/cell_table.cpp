@@ -76,7 +76,8 @@ namespace {
 
 class CellCollector : public host::SheetVisitor {
  public:
-  explicit CellCollector(const SheetChoice& choice) : choice_(choice) {}
+  CellCollector(const SheetChoice& choice, bool inferValues)
+      : choice_(choice), inferValues_(inferValues) {}
 
   void beginWorkbook(const std::vector<host::SheetInfo>& sheets) override {
     table_.allSheets = sheets;
@@ -114,13 +115,18 @@ class CellCollector : public host::SheetVisitor {
   CellTable& table() { return table_; }
 
  private:
-  static void add(SheetCells& sheet, const host::Cell& cell) {
+  void add(SheetCells& sheet, const host::Cell& cell) const {
     if (cell.hasFont == 0 && !cell.text) return;  // formatted empty: fill and border only
     CellEntry entry{cell.row, cell.column, sheet.texts.size(), 0,
                     cell.text.has_value()};
     if (cell.text) {
       entry.textLength = static_cast<uint32_t>(cell.text->size());
       sheet.texts += *cell.text;
+      if (inferValues_) {
+        const host::TypedValue value = host::inferValue(*cell.text);
+        entry.type = value.type;
+        entry.number = value.number;
+      }
     }
     if (!sheet.cells.empty() && std::tie(cell.row, cell.column) <=
                                     std::tie(sheet.cells.back().row, sheet.cells.back().column))
@@ -129,14 +135,16 @@ class CellCollector : public host::SheetVisitor {
   }
 
   SheetChoice choice_;
+  bool inferValues_;
   std::optional<uint32_t> wanted_;  // a sheet number, 0 for all
   CellTable table_;
 };
 
 }  // namespace
 
-host::Result<CellTable> readCellTable(host::Walker& walker, const SheetChoice& choice) {
-  CellCollector collector(choice);
+host::Result<CellTable> readCellTable(host::Walker& walker, const SheetChoice& choice,
+                                      bool inferValues) {
+  CellCollector collector(choice, inferValues);
   if (auto walked = walker.walkAll(collector); !walked) return walked.error();
   if (!collector.found()) return host::WalkError{host::WalkErrorKind::NoSuchSheet, "no such sheet"};
   return std::move(collector.table());

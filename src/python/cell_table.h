@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "cli/sheet_model.h"
+#include "wzss/host/values.h"
 #include "wzss/host/walker.h"
 
 namespace wzss::python {
@@ -25,6 +26,9 @@ struct CellEntry {
   uint64_t textOffset = 0;
   uint32_t textLength = 0;
   bool hasText = false;
+  // Inferred from the text when the table is read with values.
+  host::ValueType type = host::ValueType::Text;
+  double number = 0;
 };
 
 // Hidden rows or columns as disjoint spans, for placing cells on the grid
@@ -71,8 +75,10 @@ struct CellTable {
 };
 
 // Walks the workbook open in walker (open() done) into a cell table: every
-// sheet, or the one chosen. Fails with NoSuchSheet when the choice names none.
-host::Result<CellTable> readCellTable(host::Walker& walker, const SheetChoice& choice);
+// sheet, or the one chosen, with each text's value inferred when asked.
+// Fails with NoSuchSheet when the choice names none.
+host::Result<CellTable> readCellTable(host::Walker& walker, const SheetChoice& choice,
+                                      bool inferValues);
 
 // The sheets of a workbook as the command's JSON and page see them: every
 // cell with its style, for the per-cell interface.

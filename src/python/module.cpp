@@ -12,6 +12,7 @@
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -98,47 +99,39 @@ struct OpenWorkbook {
 };
 
 // What the cell tables need: no objects, no styles.
-host::WalkOptions textOnly() {
+host::WalkOptions textOnly(const std::string& encoding) {
   host::WalkOptions options;
   options.readerFlags = 1;
   options.cellStyles = false;
+  options.encoding = encoding;
   return options;
 }
 
-CellTable readTable(const PluginHandle& plugin, const std::string& path, const SheetChoice& choice) {
-  OpenWorkbook book(plugin, path, textOnly());
+CellTable readTable(const PluginHandle& plugin, const std::string& path, const SheetChoice& choice,
+                    const std::string& encoding, bool inferValues) {
+  OpenWorkbook book(plugin, path, textOnly(encoding));
   std::optional<host::Result<CellTable>> table;
   {
     py::gil_scoped_release unlocked;
     if (auto sheets = book.walker->open(); !sheets)
       table.emplace(sheets.error());
     else
-      table.emplace(readCellTable(*book.walker, choice));
+      table.emplace(readCellTable(*book.walker, choice, inferValues));
   }
   if (!*table) raiseWorkbookError(path, table->error().message);
   return std::move(table->value());
 }
 
-// Texts as Python str: UTF-8 through the fast decoder, any other codec by
-// name; bytes the codec does not know become U+FFFD rather than an error.
-class TextDecoder {
- public:
-  explicit TextDecoder(std::string encoding) : encoding_(std::move(encoding)) {
-    utf8_ = encoding_ == "utf-8" || encoding_ == "utf8" || encoding_ == "UTF-8";
-  }
-  PyObject* operator()(std::string_view text) const {
-    PyObject* decoded =
-        utf8_ ? PyUnicode_DecodeUTF8(text.data(), static_cast<Py_ssize_t>(text.size()), "replace")
-              : PyUnicode_Decode(text.data(), static_cast<Py_ssize_t>(text.size()),
-                                 encoding_.c_str(), "replace");
-    if (decoded == nullptr) throw py::error_already_set();
-    return decoded;
-  }
+// The walker hands out UTF-8 and has replaced what it could not convert;
+// anything still wrong becomes U+FFFD rather than an error.
+PyObject* utf8(std::string_view text) {
+  PyObject* decoded =
+      PyUnicode_DecodeUTF8(text.data(), static_cast<Py_ssize_t>(text.size()), "replace");
+  if (decoded == nullptr) throw py::error_already_set();
+  return decoded;
+}
 
- private:
-  std::string encoding_;
-  bool utf8_ = true;
-};
+py::object utf8Object(std::string_view text) { return py::reinterpret_steal<py::object>(utf8(text)); }
 
 // A numpy object array filled slot by slot with new references.
 class ObjectColumn {
@@ -161,9 +154,54 @@ class ObjectColumn {
   PyObject** slots_;
 };
 
-// The value of a cell for a frame: its display text until typed values are
-// inferred by the host kit.
-PyObject* cellValue(std::string_view text, const TextDecoder& decode) { return decode(text); }
+// Typed values as Python objects: numbers as float, dates and date-times
+// as pandas Timestamps, times of day as datetime.time, texts as str.
+class ValueMaker {
+ public:
+  ValueMaker()
+      : timestamp_(py::module_::import("pandas").attr("Timestamp")),
+        time_(py::module_::import("datetime").attr("time").attr("fromisoformat")) {
+    for (auto type : {host::ValueType::Text, host::ValueType::Number, host::ValueType::Date,
+                      host::ValueType::Time, host::ValueType::DateTime})
+      names_.push_back(py::str(typeName(type)));
+  }
+
+  // The value of a cell whose text is already the str object text.
+  PyObject* value(host::ValueType type, double number, PyObject* text) const {
+    switch (type) {
+      case host::ValueType::Text: return Py_NewRef(text);
+      case host::ValueType::Number: return PyFloat_FromDouble(number);
+      default: break;
+    }
+    // A Timestamp costs microseconds and dates repeat down a column: each
+    // distinct one is made once (they are immutable, so sharing is safe).
+    const auto key = std::make_pair(type, number);
+    if (auto known = made_.find(key); known != made_.end()) return Py_NewRef(known->second.ptr());
+    const std::string iso = host::isoText(host::TypedValue{type, number, {}});
+    py::object made = (type == host::ValueType::Time ? time_ : timestamp_)(iso);
+    if (made_.size() < kMaxShared) made_.emplace(key, made);
+    return made.release().ptr();
+  }
+  // "text", "number", "date", "time" or "datetime".
+  PyObject* typeObject(host::ValueType type) const {
+    return Py_NewRef(names_[static_cast<size_t>(type)].ptr());
+  }
+
+ private:
+  static const char* typeName(host::ValueType type) {
+    switch (type) {
+      case host::ValueType::Number: return "number";
+      case host::ValueType::Date: return "date";
+      case host::ValueType::Time: return "time";
+      case host::ValueType::DateTime: return "datetime";
+      default: return "text";
+    }
+  }
+  static constexpr size_t kMaxShared = 1 << 16;
+  py::object timestamp_, time_;
+  std::vector<py::str> names_;
+  mutable std::map<std::pair<host::ValueType, double>, py::object> made_;
+};
 
 // "B3" without a formatter: built for every cell of a large sheet.
 PyObject* addressText(uint32_t column, uint32_t row) {
@@ -183,28 +221,29 @@ PyObject* addressText(uint32_t column, uint32_t row) {
   return PyUnicode_FromStringAndSize(start, end - start);
 }
 
-py::dict cellColumns(const CellTable& table, const std::string& path, const TextDecoder& decode) {
+py::dict cellColumns(const CellTable& table, const std::string& path) {
+  const ValueMaker values;
   py::ssize_t count = 0;
   for (const SheetCells& sheet : table.sheets) count += static_cast<py::ssize_t>(sheet.cells.size());
   py::array_t<uint32_t> rows(count), columns(count);
-  ObjectColumn sheets({count}), addresses({count}), texts({count}), values({count}),
+  ObjectColumn sheets({count}), addresses({count}), texts({count}), typed({count}),
       types({count}), files({count});
   auto* row = rows.mutable_data();
   auto* column = columns.mutable_data();
-  py::str file(path), textType("text");
+  py::str file(path);
   py::ssize_t i = 0;
   for (const SheetCells& sheet : table.sheets) {
-    py::object name = py::reinterpret_steal<py::object>(decode(sheet.info.name));
+    py::object name = utf8Object(sheet.info.name);
     for (const CellEntry& cell : sheet.cells) {
       row[i] = cell.row;
       column[i] = cell.column;
       sheets.set(i, Py_NewRef(name.ptr()));
       addresses.set(i, addressText(cell.column, cell.row));
       if (cell.hasText) {
-        PyObject* text = decode(sheet.text(cell));
+        PyObject* text = utf8(sheet.text(cell));
         texts.set(i, text);
-        types.set(i, Py_NewRef(textType.ptr()));
-        values.set(i, Py_NewRef(text));  // a display text is its own value
+        types.set(i, values.typeObject(cell.type));
+        typed.set(i, values.value(cell.type, cell.number, text));
       }
       files.set(i, Py_NewRef(file.ptr()));
       ++i;
@@ -216,7 +255,7 @@ py::dict cellColumns(const CellTable& table, const std::string& path, const Text
   out["column"] = columns;
   out["address"] = addresses.array();
   out["text"] = texts.array();
-  out["value"] = values.array();
+  out["value"] = typed.array();
   out["type"] = types.array();
   out["file"] = files.array();
   return out;
@@ -225,7 +264,7 @@ py::dict cellColumns(const CellTable& table, const std::string& path, const Text
 // The grid of a sheet at output positions: row r, column c at [r-1, c-1],
 // up to the last text; without hidden lines, the shown ones close up.
 py::array sheetGrid(const SheetCells& sheet, bool keepHidden, const std::string& path,
-                    const TextDecoder& decode) {
+                    const ValueMaker* values) {
   auto [lastRow, lastColumn] = sheet.textExtent();
   uint64_t rows = lastRow, columns = lastColumn;
   if (!keepHidden) {
@@ -247,7 +286,13 @@ py::array sheetGrid(const SheetCells& sheet, bool keepHidden, const std::string&
       r -= sheet.hiddenRows.hiddenBefore(cell.row);
       c -= sheet.hiddenColumns.hiddenBefore(cell.column);
     }
-    grid.set(static_cast<py::ssize_t>(r * columns + c), cellValue(sheet.text(cell), decode));
+    PyObject* text = utf8(sheet.text(cell));
+    if (values) {
+      PyObject* value = values->value(cell.type, cell.number, text);
+      Py_DECREF(text);
+      text = value;
+    }
+    grid.set(static_cast<py::ssize_t>(r * columns + c), text);
   }
   return grid.array();
 }
@@ -261,19 +306,20 @@ SheetChoice sheetChoice(const py::object& sheet) {
 }
 
 py::dict readCells(const PluginHandle& plugin, const std::string& path, const std::string& encoding) {
-  return cellColumns(readTable(plugin, path, std::monostate{}), path, TextDecoder(encoding));
+  return cellColumns(readTable(plugin, path, std::monostate{}, encoding, true), path);
 }
 
 // [(sheet name, 2-D object array)] for every sheet, or the one chosen.
 py::list readGrids(const PluginHandle& plugin, const std::string& path, const py::object& sheet,
-                   bool keepHidden, const std::string& encoding) {
+                   bool keepHidden, bool typed, const std::string& encoding) {
   const SheetChoice choice = sheetChoice(sheet);
-  const CellTable table = readTable(plugin, path, choice);
-  const TextDecoder decode(encoding);
+  const CellTable table = readTable(plugin, path, choice, encoding, typed);
+  std::optional<ValueMaker> values;
+  if (typed) values.emplace();
   py::list out;
   for (const SheetCells& cells : table.sheets)
-    out.append(py::make_tuple(py::reinterpret_steal<py::object>(decode(cells.info.name)),
-                              sheetGrid(cells, keepHidden, path, decode)));
+    out.append(py::make_tuple(utf8Object(cells.info.name),
+                              sheetGrid(cells, keepHidden, path, values ? &*values : nullptr)));
   return out;
 }
 
@@ -281,8 +327,8 @@ py::list readGrids(const PluginHandle& plugin, const std::string& path, const py
 // The per-cell interface: one workbook kept open, a sheet read on demand.
 // ---------------------------------------------------------------------------
 
-py::tuple fontTuple(const host::Font& font, const TextDecoder& decode) {
-  return py::make_tuple(py::reinterpret_steal<py::object>(decode(font.name)), font.size, font.bold,
+py::tuple fontTuple(const host::Font& font) {
+  return py::make_tuple(utf8Object(font.name), font.size, font.bold,
                         font.italic, font.underline);
 }
 
@@ -311,25 +357,27 @@ py::tuple alignmentTuple(uint16_t word) {
 
 // (row, column, address, text, value, type, font, text colour, background
 // colour, fill, borders, alignment) per cell with its own line.
-py::tuple cellTuple(const cli::CellModel& cell, const TextDecoder& decode) {
+py::tuple cellTuple(const cli::CellModel& cell, const ValueMaker& values) {
   py::object text = py::none(), value = py::none(), type = py::none();
   if (cell.text) {
-    text = py::reinterpret_steal<py::object>(decode(*cell.text));
-    value = py::reinterpret_steal<py::object>(cellValue(*cell.text, decode));
-    type = py::str("text");
+    text = utf8Object(*cell.text);
+    const host::TypedValue typed = host::inferValue(*cell.text);
+    value = py::reinterpret_steal<py::object>(values.value(typed.type, typed.number, text.ptr()));
+    type = py::reinterpret_steal<py::object>(values.typeObject(typed.type));
   }
   return py::make_tuple(cell.row, cell.column, cli::cellAddress(cell.column, cell.row), text, value,
-                        type, fontTuple(cell.font, decode), cli::htmlColour(cell.textColor),
+                        type, fontTuple(cell.font), cli::htmlColour(cell.textColor),
                         cli::htmlColour(cell.backColor), fillTuple(cell.fill),
                         bordersTuple(cell.borders), alignmentTuple(cell.align));
 }
 
 class Book {
  public:
-  Book(std::shared_ptr<PluginHandle> plugin, std::string path, std::string encoding)
-      : plugin_(std::move(plugin)), path_(std::move(path)), decode_(std::move(encoding)) {
+  Book(std::shared_ptr<PluginHandle> plugin, std::string path, const std::string& encoding)
+      : plugin_(std::move(plugin)), path_(std::move(path)) {
     host::WalkOptions options;
     options.readerFlags = 1;  // no objects: the interface has none
+    options.encoding = encoding;
     book_ = std::make_unique<OpenWorkbook>(*plugin_, path_, options);
     std::optional<host::Result<std::vector<host::SheetInfo>>> sheets;
     {
@@ -342,7 +390,7 @@ class Book {
   py::list sheets() {
     py::list out;
     for (const host::SheetInfo& sheet : open().walker->sheets())
-      out.append(py::make_tuple(py::reinterpret_steal<py::object>(decode_(sheet.name)), sheet.number));
+      out.append(py::make_tuple(utf8Object(sheet.name), sheet.number));
     return out;
   }
 
@@ -358,7 +406,7 @@ class Book {
     if (!*sheet) raiseWorkbookError(path_, sheet->error().message);
     py::list out;
     for (const auto& [position, cell] : sheet->value().cells)
-      if (!cell.formattedEmpty) out.append(cellTuple(cell, decode_));
+      if (!cell.formattedEmpty) out.append(cellTuple(cell, values_));
     return out;
   }
 
@@ -376,7 +424,7 @@ class Book {
 
   std::shared_ptr<PluginHandle> plugin_;  // outlives the walker's reader
   std::string path_;
-  TextDecoder decode_;
+  ValueMaker values_;
   std::unique_ptr<OpenWorkbook> book_;
   std::mutex mutex_;
 };
@@ -405,9 +453,11 @@ void writeOrRaise(const std::string& out, std::string_view content) {
 }
 
 py::object convertCsv(const PluginHandle& plugin, const std::string& path,
-                      const std::optional<std::string>& out, bool keepHidden) {
+                      const std::optional<std::string>& out, bool keepHidden,
+                      const std::string& encoding) {
   cli::CsvOptions options;
   options.keepHidden = keepHidden;
+  options.encoding = encoding;
   uint64_t bytes = 0;
   std::optional<host::Status> walked;
   if (!out) {
@@ -418,10 +468,7 @@ py::object convertCsv(const PluginHandle& plugin, const std::string& path,
     }
     if (!*walked) raiseWorkbookError(path, walked->error().message);
     py::dict result;
-    const TextDecoder decode("utf-8");
-    for (const auto& [name, text] : texts.texts)
-      result[py::reinterpret_steal<py::object>(decode(name))] =
-          py::reinterpret_steal<py::object>(decode(text));
+    for (const auto& [name, text] : texts.texts) result[utf8Object(name)] = utf8Object(text);
     return result;
   }
   cli::CsvDirectory directory(*out);
@@ -435,15 +482,16 @@ py::object convertCsv(const PluginHandle& plugin, const std::string& path,
 }
 
 py::object convert(const PluginHandle& plugin, const std::string& path, const std::string& to,
-                   const std::optional<std::string>& out, bool keepHidden) {
+                   const std::optional<std::string>& out, bool keepHidden,
+                   const std::string& encoding) {
   openFile(path);  // OSError for a file that cannot be opened, before any walk
-  if (to == "csv") return convertCsv(plugin, path, out, keepHidden);
+  if (to == "csv") return convertCsv(plugin, path, out, keepHidden, encoding);
   if (to != "json" && to != "html") throw py::value_error("to must be csv, json, html or xlsx");
   std::optional<host::Result<cli::WorkbookModel>> book;
   std::string text;
   {
     py::gil_scoped_release unlocked;
-    book.emplace(cli::readWorkbook(plugin.table(), path));
+    book.emplace(cli::readWorkbook(plugin.table(), path, encoding));
     if (*book)
       text = to == "json" ? cli::workbookJsonText(book->value())
                           : cli::workbookHtml(book->value(), cli::HtmlOptions{});
@@ -465,11 +513,11 @@ PYBIND11_MODULE(_wzss, m) {
       .def(py::init<const std::string&>(), py::arg("path"));
   m.def("read_cells", &readCells, py::arg("plugin"), py::arg("path"), py::arg("encoding"));
   m.def("read_grids", &readGrids, py::arg("plugin"), py::arg("path"), py::arg("sheet"),
-        py::arg("keep_hidden"), py::arg("encoding"));
+        py::arg("keep_hidden"), py::arg("typed"), py::arg("encoding"));
   m.def("convert", &convert, py::arg("plugin"), py::arg("path"), py::arg("to"), py::arg("out"),
-        py::arg("keep_hidden"));
+        py::arg("keep_hidden"), py::arg("encoding"));
   py::class_<Book>(m, "Book")
-      .def(py::init<std::shared_ptr<PluginHandle>, std::string, std::string>(), py::arg("plugin"),
+      .def(py::init<std::shared_ptr<PluginHandle>, std::string, const std::string&>(), py::arg("plugin"),
            py::arg("path"), py::arg("encoding"))
       .def("sheets", &Book::sheets)
       .def("cells", &Book::cells, py::arg("index"))

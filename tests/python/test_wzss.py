@@ -1,4 +1,5 @@
 import csv
+import datetime
 import io
 import json
 import threading
@@ -80,11 +81,35 @@ def test_convert_gives_the_commands_output(tmp_path):
         wzss.convert(path, "xlsx", tmp_path / "book.xlsx")
 
 
-def test_header_row_and_typed_values():
-    path = str(ROOT / "samples" / "budget.wzs")
-    sales = wzss.read_sheet(path, "Sales", header=0, values="display")
-    assert list(sales.columns) == ["Region", "Sales"]
-    assert sales.values.tolist() == [["North", "1200"], ["South", "950"]]
+def typed_field(value, field: str):
+    """The value as `wzss csv --values typed` writes it, given its field
+    there (numbers are compared as numbers, the shortest form differing)."""
+    if value is None or (isinstance(value, float) and pd.isna(value)):
+        return ""
+    if isinstance(value, float):
+        return field if float(field or "nan") == value else repr(value)
+    if isinstance(value, pd.Timestamp):
+        return value.isoformat().removesuffix("T00:00:00")
+    return value if isinstance(value, str) else value.isoformat()
+
+
+def test_typed_values_equal_the_commands_typed_csv(workbooks):
+    for path in workbooks:
+        cells = wzss.read_cells(path)
+        frames = wzss.read_workbook(path, keep_hidden=True)
+        for number, (name, frame) in enumerate(frames.items(), start=1):
+            fields = csv_rows(command("csv", path, "--sheet", str(number), "--values", "typed",
+                                      "--keep-hidden"))
+            got = [[typed_field(v, f) for v, f in zip(row, line)]
+                   for row, line in zip(frame.astype(object).values, fields)]
+            assert got == fields and len(frame) == len(fields), (path, name)
+            for cell in cells[(cells.sheet == name) & (cells.text > "")].itertuples():
+                field = fields[cell.row - 1][cell.column - 1]
+                assert typed_field(cell.value, field) == field, (path, cell.address)
+    typed = wzss.read_sheet(str(ROOT / "samples" / "formats.wzs"), 2, header=0)
+    assert str(typed.dtypes["Value"]) == "float64" and typed.iat[1, 1] == datetime.time(12)
+    sales = wzss.read_sheet(str(ROOT / "samples" / "budget.wzs"), "Sales", header=0)
+    assert sales.to_dict("list") == {"Region": ["North", "South"], "Sales": [1200.0, 950.0]}
 
 
 def test_unreadable_files_raise_naming_file_and_reason(tmp_path, generated):

@@ -32,7 +32,8 @@ _PLUGIN = _wzss.Plugin(os.path.join(os.path.dirname(__file__), "libwzss.so"))
 
 
 def _encoding(encoding: Optional[str]) -> str:
-    return encoding or "utf-8"
+    """The workbook's encoding: None takes the one its header names."""
+    return encoding or ""
 
 
 # ---------------------------------------------------------------------------
@@ -189,7 +190,8 @@ def read_workbook(path: Union[str, os.PathLike], *, values: str = "typed",
     header=n takes the frame's row n (from 0) as the column names.
     """
     _check_values(values)
-    grids = _wzss.read_grids(_PLUGIN, os.fspath(path), None, keep_hidden, _encoding(encoding))
+    grids = _wzss.read_grids(_PLUGIN, os.fspath(path), None, keep_hidden, values == "typed",
+                             _encoding(encoding))
     return {name: _frame(grid, values, header) for name, grid in grids}
 
 
@@ -200,7 +202,8 @@ def read_sheet(path: Union[str, os.PathLike], sheet: Union[int, str] = 0, *,
     _check_values(values)
     path = os.fspath(path)
     try:
-        grids = _wzss.read_grids(_PLUGIN, path, sheet, keep_hidden, _encoding(encoding))
+        grids = _wzss.read_grids(_PLUGIN, path, sheet, keep_hidden, values == "typed",
+                                 _encoding(encoding))
     except Error as error:
         if "no such sheet" in str(error):
             raise KeyError(f"{path}: no sheet {sheet!r}") from None
@@ -209,11 +212,11 @@ def read_sheet(path: Union[str, os.PathLike], sheet: Union[int, str] = 0, *,
 
 
 def convert(path: Union[str, os.PathLike], to: str = "csv", out=None, *,
-            keep_hidden: bool = False):
+            keep_hidden: bool = False, encoding: Optional[str] = None):
     """The command's converters: to "json" or "html" writes the file out (and
     returns its path) or returns the text; to "csv" writes one file per sheet
     into the directory out (and returns their paths) or returns {sheet: text}."""
     if to == "xlsx":
         raise NotImplementedError("conversion to xlsx is not available in this version of wzss")
     out = None if out is None else os.fspath(out)
-    return _wzss.convert(_PLUGIN, os.fspath(path), to, out, keep_hidden)
+    return _wzss.convert(_PLUGIN, os.fspath(path), to, out, keep_hidden, _encoding(encoding))
