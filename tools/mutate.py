@@ -285,10 +285,12 @@ def load_log(path):
         return {record["id"]: record for record in map(json.loads, log) if "id" in record}
 
 
-def summarize(results, args, elapsed):
+def summarize(results, args):
     compiled = [r for r in results if r["status"] != "does-not-compile"]
     killed = sum(r["status"] == "killed" for r in compiled)
     survivors = [r for r in compiled if r["status"] == "survived"]
+    elapsed = sum(r["build_seconds"] + r["test_seconds"] + r.get("restore_seconds", 0)
+                  for r in results)
 
     def by(key):
         return dict(sorted(collections.Counter(r[key] for r in survivors).items()))
@@ -325,6 +327,8 @@ def main():
     parser.add_argument("--log", type=Path, help="JSON-lines results (default BUILD/mutants.jsonl)")
     parser.add_argument("--json", type=Path, help="summary file (default BUILD/mutants.json)")
     parser.add_argument("--list", action="store_true", help="print the sampled sites and stop")
+    parser.add_argument("--report", action="store_true",
+                        help="summarize the log as it stands, without building anything")
     args = parser.parse_args()
     args.repo, args.build = args.repo.resolve(), args.build.resolve()
     log_path = args.log or args.build / "mutants.jsonl"
@@ -333,36 +337,49 @@ def main():
         for site in sites[:args.count]:
             print(f"{site_id(site)} {site['old']!r} -> {site['new']!r}")
         return 0
+    if not args.report:
+        test_sample(args, sites, log_path)
+    results, done = [], load_log(log_path)
+    for site in sites:  # the logged mutants in sample order, up to the count
+        if site_id(site) not in done or sum(r["status"] != "does-not-compile"
+                                            for r in results) >= args.count:
+            break
+        results.append(done[site_id(site)])
+    report, text = summarize(results, args)
+    (args.json or args.build / "mutants.json").write_text(json.dumps(report, indent=1) + "\n")
+    print(text)
+    return 0
+
+
+def test_sample(args, sites, log_path):
+    """Tests the sampled mutants not in the log yet, appending each result."""
     signal.signal(signal.SIGTERM, lambda *_: sys.exit(143))  # restore files on kill too
     suite = Suite(args)
     suite.configure()
     suite.clean_run()
-    done = load_log(log_path)
-    results = []
+    done, compiled_count = load_log(log_path), 0
     with log_path.open("a") as log:
-        for site in sites:
-            if sum(r["status"] != "does-not-compile" for r in results) >= args.count:
+        for number, site in enumerate(sites, 1):
+            if compiled_count >= args.count:
                 break
-            if site_id(site) in done:
-                results.append(done[site_id(site)])
-                continue
-            with Mutant(args.repo, site):
-                compiled, changed, build_seconds = suite.build_targets()
-                passed, failed, test_seconds = suite.run_tests(changed) if compiled else (None, [], 0)
-            suite.build_targets()  # the restored tree, so the next mutant changes only its own
-            status = "does-not-compile" if not compiled else "survived" if passed else "killed"
-            record = dict(site, id=site_id(site), status=status, failed=failed[:5],
-                          build_seconds=round(build_seconds, 1), test_seconds=round(test_seconds, 1))
-            log.write(json.dumps(record) + "\n")
-            log.flush()
-            results.append(record)
-            print(f"[{len(results)}] {status:16} {site_id(site)} {site['old']!r} -> {site['new']!r} "
-                  f"({build_seconds:.0f}+{test_seconds:.0f} s)", flush=True)
-    elapsed = sum(r["build_seconds"] + r["test_seconds"] for r in results)
-    report, text = summarize(results, args, elapsed)
-    (args.json or args.build / "mutants.json").write_text(json.dumps(report, indent=1) + "\n")
-    print(text)
-    return 0
+            record = done.get(site_id(site))
+            if record is None:
+                with Mutant(args.repo, site):
+                    compiled, changed, build_seconds = suite.build_targets()
+                    passed, failed, test_seconds = \
+                        suite.run_tests(changed) if compiled else (None, [], 0)
+                # The restored tree, so the next mutant's build shows only its own changes.
+                restore_seconds = suite.build_targets()[2]
+                status = "does-not-compile" if not compiled else "survived" if passed else "killed"
+                record = dict(site, id=site_id(site), status=status, failed=failed[:5],
+                              build_seconds=round(build_seconds, 1),
+                              test_seconds=round(test_seconds, 1),
+                              restore_seconds=round(restore_seconds, 1))
+                log.write(json.dumps(record) + "\n")
+                log.flush()
+                print(f"[{number}] {status:16} {site_id(site)} {site['old']!r} -> {site['new']!r} "
+                      f"({build_seconds:.0f}+{test_seconds:.0f}+{restore_seconds:.0f} s)", flush=True)
+            compiled_count += record["status"] != "does-not-compile"
 
 
 if __name__ == "__main__":
