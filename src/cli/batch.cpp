@@ -13,6 +13,7 @@
 #include "cli/output_files.h"
 #include "cli/output_names.h"
 #include "cli/sheet_model.h"
+#include "cli/xlsx_writer.h"
 
 namespace fs = std::filesystem;
 
@@ -90,11 +91,23 @@ std::optional<std::string> convertOne(const SSReaderInterface& table, const std:
     if (!directory.error().empty()) return directory.error();
     return std::nullopt;
   }
+  if (options.format == OutputFormat::Xlsx) {
+    XlsxStats stats;
+    auto failed = convertToXlsx(
+        table, input, options.encoding,
+        [&](const PieceProducer& xlsx) { return writeFileAtomically(output, xlsx, &error); },
+        &stats);
+    bytes = stats.bytes;
+    warnings = std::move(stats.warnings);
+    if (failed) return failed->empty() ? error : *failed;
+    return std::nullopt;
+  }
   auto book = readWorkbook(table, input, options.encoding);
   if (!book) return book.error().message;
   warnings = book.value().warnings;
   switch (options.format) {
-    case OutputFormat::Csv: break;  // above
+    case OutputFormat::Csv:
+    case OutputFormat::Xlsx: break;  // above
     case OutputFormat::Json:
       if (!writeFileAtomically(output, workbookJsonText(book.value()), &error)) return error;
       break;
@@ -113,6 +126,7 @@ std::vector<std::string> batchOutputNames(const std::vector<std::string>& inputs
                                           OutputFormat format) {
   const std::string_view extension = format == OutputFormat::Json   ? ".json"
                                      : format == OutputFormat::Html ? ".html"
+                                     : format == OutputFormat::Xlsx ? ".xlsx"
                                                                     : "";
   UniqueNames names;
   std::vector<std::string> outputs;

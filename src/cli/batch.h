@@ -16,7 +16,7 @@
 
 namespace wzss::cli {
 
-enum class OutputFormat { Csv, Json, Html };
+enum class OutputFormat { Csv, Json, Html, Xlsx };
 
 struct BatchOptions {
   OutputFormat format = OutputFormat::Html;
@@ -41,8 +41,8 @@ struct BatchReport {
 };
 
 // The output of each input, relative to the output directory: the input's
-// file name without extension (made safe and unique) plus ".json" or
-// ".html"; for CSV a directory of that name holding one file per sheet.
+// file name without extension (made safe and unique) plus ".json",
+// ".html" or ".xlsx"; for CSV a directory of that name holding one file per sheet.
 std::vector<std::string> batchOutputNames(const std::vector<std::string>& inputs,
                                           OutputFormat format);
 

@@ -15,6 +15,7 @@
 #include "cli/json_writer.h"
 #include "cli/output_files.h"
 #include "cli/sheet_model.h"
+#include "cli/xlsx_writer.h"
 #include "wzss/host/text_encoding.h"
 
 namespace fs = std::filesystem;
@@ -116,6 +117,7 @@ class CsvCommandSink : public CsvSink {
 OutputFormat formatNamed(const std::string& name) {
   if (name == "csv") return OutputFormat::Csv;
   if (name == "json") return OutputFormat::Json;
+  if (name == "xlsx") return OutputFormat::Xlsx;
   return OutputFormat::Html;
 }
 
@@ -173,15 +175,21 @@ ConvertCommands::ConvertCommands(CLI::App& app) {
   html_->add_option("-o,--output", output_, "Output file (default: stdout)");
   titleOptions(html_);
 
+  xlsx_ = app.add_subcommand(
+      "xlsx", "Write the workbook as an XLSX file: a worksheet per sheet, with the cells' styles");
+  xlsx_->add_option("FILE", file_, "Workbook file")->required();
+  xlsx_->add_option("-o,--output", output_,
+                    "Output file (default: stdout, when it is not a terminal)");
+
   convert_ =
       app.add_subcommand("convert", "Convert many workbooks into a directory, on several threads");
   convert_->add_option("--to", to_, "Output format")
       ->required()
-      ->check(CLI::IsMember({"csv", "json", "html"}));
+      ->check(CLI::IsMember({"csv", "json", "html", "xlsx"}));
   convert_
       ->add_option("-o,--output", output_,
-                   "Output directory: NAME.json or NAME.html per workbook, or for CSV a "
-                   "directory NAME with one file per sheet")
+                   "Output directory: NAME.json, NAME.html or NAME.xlsx per workbook, or "
+                   "for CSV a directory NAME with one file per sheet")
       ->required();
   convert_->add_option("-j,--jobs", jobs_, "Worker threads (default: one per processor)")
       ->check(CLI::PositiveNumber);
@@ -190,18 +198,20 @@ ConvertCommands::ConvertCommands(CLI::App& app) {
   convert_->add_option("FILES", files_, "Workbook files")->required();
   convert_->add_flag("--bom", bom_, "CSV: begin each file with a UTF-8 byte-order mark");
   valuesOption(convert_);
-  for (CLI::App* command : {csv_, json_, html_, convert_})
+  for (CLI::App* command : {csv_, json_, html_, xlsx_, convert_})
     addEncodingOption(*command, encoding_);
 }
 
 bool ConvertCommands::parsed() const {
-  return csv_->parsed() || json_->parsed() || html_->parsed() || convert_->parsed();
+  return csv_->parsed() || json_->parsed() || html_->parsed() || xlsx_->parsed() ||
+         convert_->parsed();
 }
 
 int ConvertCommands::run(const SSReaderInterface& table) {
   if (csv_->parsed()) return runCsv(table);
   if (json_->parsed()) return runJson(table);
   if (html_->parsed()) return runHtml(table);
+  if (xlsx_->parsed()) return runXlsx(table);
   if (convert_->parsed()) return runConvert(table);
   return kExitUsage;
 }
@@ -236,6 +246,23 @@ int ConvertCommands::runHtml(const SSReaderInterface& table) {
   options.titleRows = titleRows_;
   options.titleColumns = titleColumns_;
   return emit(output_, workbookHtml(book.value(), options));
+}
+
+int ConvertCommands::runXlsx(const SSReaderInterface& table) {
+  const bool toStdout = output_.empty() || output_ == "-";
+  // A zip file is no text for a terminal.
+  if (toStdout && isatty(STDOUT_FILENO))
+    return fail(file_, "stdout is a terminal: give -o OUT.xlsx, or redirect", kExitUsage);
+  XlsxStats stats;
+  int status = kExitOk;
+  auto failed = convertToXlsx(
+      table, file_, encoding_,
+      [&](const PieceProducer& xlsx) { return (status = emit(output_, xlsx)) == kExitOk; },
+      &stats);
+  warn(file_, stats.warnings);
+  if (failed && !failed->empty()) return fail(file_, *failed);
+  if (status != kExitOk) return status;
+  return kExitOk;
 }
 
 int ConvertCommands::runConvert(const SSReaderInterface& table) {

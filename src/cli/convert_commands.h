@@ -3,7 +3,8 @@
 //   wzss csv FILE [--sheet N|NAME] [-o OUT] [--keep-hidden] [--bom] [--values display|typed]
 //   wzss json FILE [-o OUT]
 //   wzss html FILE [-o OUT] [--title-rows N] [--title-columns N]
-//   wzss convert --to csv|json|html -o DIR [-j N] FILES...
+//   wzss xlsx FILE [-o OUT.xlsx]
+//   wzss convert --to csv|json|html|xlsx -o DIR [-j N] FILES...
 //
 // Each takes --encoding NAME, the encoding of the workbook's texts when its
 // header names a wrong one.
@@ -26,7 +27,7 @@ void addEncodingOption(CLI::App& command, std::string& encoding);
 
 class ConvertCommands {
  public:
-  // Registers the four subcommands on app.
+  // Registers the five subcommands on app.
   explicit ConvertCommands(CLI::App& app);
   // True when one of them was given on the command line.
   bool parsed() const;
@@ -37,11 +38,13 @@ class ConvertCommands {
   int runCsv(const SSReaderInterface& table);
   int runJson(const SSReaderInterface& table);
   int runHtml(const SSReaderInterface& table);
+  int runXlsx(const SSReaderInterface& table);
   int runConvert(const SSReaderInterface& table);
 
   CLI::App* csv_;
   CLI::App* json_;
   CLI::App* html_;
+  CLI::App* xlsx_;
   CLI::App* convert_;
 
   std::string file_;
