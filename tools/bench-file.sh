@@ -5,9 +5,9 @@
 # reader's design (wzfloor: every byte twice through the file stream's
 # one-byte Read). The runs are interleaved (wc, floor, walk, csv, then again)
 # so that load from elsewhere on the machine falls on all of them alike, and
-# every figure is the median of the runs.
+# every figure is the median of the runs. With --xlsx, `wzss xlsx` runs too.
 #
-#   tools/bench-file.sh [-n RUNS] [-b BUILD_DIR] [--csv-max MB] [--tsv] FILE
+#   tools/bench-file.sh [-n RUNS] [-b BUILD_DIR] [--csv-max MB] [--xlsx] [--tsv] FILE
 #
 # `wzss csv` is left out for files above --csv-max MB (default 1024): it
 # keeps the texts of the sheet being read and the CSV of the sheets read
@@ -23,18 +23,20 @@ set -euo pipefail
 runs=5
 build_dir="$(cd "$(dirname "$0")/.." && pwd)/build"
 tsv=0
+xlsx=0
 csv_max_mb=1024
 while [[ $# -gt 1 ]]; do
   case "$1" in
     -n) runs="$2"; shift 2 ;;
     -b) build_dir="$2"; shift 2 ;;
     --tsv) tsv=1; shift ;;
+    --xlsx) xlsx=1; shift ;;
     --csv-max) csv_max_mb="$2"; shift 2 ;;
     *) break ;;
   esac
 done
 if [[ $# -ne 1 || ! -f "$1" ]]; then
-  echo "usage: $0 [-n RUNS] [-b BUILD_DIR] [--csv-max MB] [--tsv] FILE" >&2
+  echo "usage: $0 [-n RUNS] [-b BUILD_DIR] [--csv-max MB] [--xlsx] [--tsv] FILE" >&2
   exit 2
 fi
 file="$1"
@@ -84,6 +86,7 @@ for ((i = 0; i < runs; ++i)); do
   run_one walk "$bin/wzwalk" "$file"
   # All sheets: one CSV file per sheet into a scratch folder.
   if [[ $have_csv -eq 1 ]]; then run_one csv "$bin/wzss" csv -o "$scratch/csv" "$file"; fi
+  if [[ $xlsx -eq 1 ]]; then TMPDIR="$scratch" run_one xlsx "$bin/wzss" xlsx -o "$scratch/out.xlsx" "$file"; fi
 done
 
 # Median, spread and the derived rates per tool, then the ratios.
@@ -101,13 +104,13 @@ awk -v bytes="$bytes" -v cells="$cells" -v tsv="$tsv" -v file="$file" -v runs="$
     wall[$1, k] = $2; cpu[$1, k] = $3; peak[$1, k] = $4
   }
   END {
-    split("wc floor walk csv", order, " ")
+    split("wc floor walk csv xlsx", order, " ")
     mb = bytes / 1048576
     if (!tsv) {
       printf "file %s: %.1f MB, %d cells, %d runs each, medians\n", file, mb, cells, runs
       printf "%-10s %10s %10s %12s %9s %10s %8s\n", "tool", "wall s", "MB/s", "cells/s", "cpu s", "peak MB", "spread"
     }
-    for (o = 1; o <= 4; ++o) {
+    for (o = 1; o <= 5; ++o) {
       t = order[o]; n = count[t]
       if (n == 0) continue
       lo = 1e18; hi = 0
@@ -119,7 +122,7 @@ awk -v bytes="$bytes" -v cells="$cells" -v tsv="$tsv" -v file="$file" -v runs="$
       mw[t] = median(w, n); mc[t] = median(c, n); mp[t] = median(p, n)
       spread = mw[t] > 0 ? (hi - lo) / mw[t] : 0
       rate = mw[t] > 0 ? mb / mw[t] : 0
-      crate = (t == "walk" || t == "csv") && mw[t] > 0 ? cells / mw[t] : 0
+      crate = (t == "walk" || t == "csv" || t == "xlsx") && mw[t] > 0 ? cells / mw[t] : 0
       if (tsv)
         printf "%s\t%.1f\t%s\t%.4f\t%.1f\t%.0f\t%.2f\t%.1f\t%.2f\n", file, mb, t, mw[t], rate, crate, mc[t], mp[t] / 1024, spread
       else
@@ -133,5 +136,6 @@ awk -v bytes="$bytes" -v cells="$cells" -v tsv="$tsv" -v file="$file" -v runs="$
     if (!have_csv) print csv_note
     printf "walk/floor %.2f (cpu %s)\n", mw["walk"] / mw["floor"], ratio(mc["walk"], mc["floor"])
     if (have_csv) printf "csv/walk   %.2f (cpu %s)\n", mw["csv"] / mw["walk"], ratio(mc["csv"], mc["walk"])
+    if (count["xlsx"]) printf "xlsx/walk  %.2f (cpu %s)\n", mw["xlsx"] / mw["walk"], ratio(mc["xlsx"], mc["walk"])
     printf "walk/wc    %.2f (cpu %s)\n", mw["walk"] / mw["wc"], ratio(mc["walk"], mc["wc"])
   }' "$scratch/samples"

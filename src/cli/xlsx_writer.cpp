@@ -80,6 +80,23 @@ std::string cleanUtf8(std::string_view text, bool names) {
   return out;
 }
 
+// Whether text can go to libxlsxwriter as it is: valid UTF-8, and for
+// names no control character. Most texts are plain ASCII and pass at once.
+bool cleanAlready(std::string_view text, bool names) {
+  for (size_t i = 0; i < text.size();) {
+    const auto byte = static_cast<unsigned char>(text[i]);
+    if (byte >= 0x20 && byte < 0x7F) {
+      ++i;
+      continue;
+    }
+    if (names && (byte < 0x20 || byte == 0x7F)) return false;
+    const size_t length = sequenceLength(text, i);
+    if (length == 0) return false;
+    i += length;
+  }
+  return true;
+}
+
 // Characters (code points) of valid UTF-8.
 size_t characterCount(std::string_view text) {
   size_t count = 0;
@@ -222,7 +239,8 @@ StyleKey styleOf(const host::Cell& cell) {
     key.pattern = LXW_PATTERN_SOLID;
     key.backgroundColour = lxwColour(cell.backColor);
   }
-  key.fontName = cleanUtf8(cell.font.name, true);
+  key.fontName =
+      cleanAlready(cell.font.name, true) ? cell.font.name : cleanUtf8(cell.font.name, true);
   key.fontSize = cell.font.size;
   key.bold = cell.font.bold;
   key.italic = cell.font.italic;
@@ -374,6 +392,7 @@ class XlsxBuilder : public host::SheetVisitor {
     texts_.clear();
     sheetFormats_.clear();
     formatIndex_.clear();
+    lastFormat_ = nullptr;
     notes_.clear();
     objects_ = 0;
     inOrder_ = true;
@@ -438,13 +457,19 @@ class XlsxBuilder : public host::SheetVisitor {
     const StyleKey key = styleOf(cell);
     lxw_format* format = formats_.get(key);
     if (format == nullptr) return fail("out of memory for a cell format");
-    auto [it, inserted] = formatIndex_.try_emplace(format, static_cast<uint32_t>(sheetFormats_.size()));
-    if (inserted) sheetFormats_.push_back(format);
-    PendingCell pending{cell.row, cell.column, it->second, kNoText, texts_.size()};
+    if (format != lastFormat_) {
+      auto [it, inserted] =
+          formatIndex_.try_emplace(format, static_cast<uint32_t>(sheetFormats_.size()));
+      if (inserted) sheetFormats_.push_back(format);
+      lastFormat_ = format;
+      lastFormatIndex_ = it->second;
+    }
+    PendingCell pending{cell.row, cell.column, lastFormatIndex_, kNoText, texts_.size()};
     if (key.hasFont) pending.format |= kHasLine;
     if (cell.text) {
       pending.length = static_cast<uint32_t>(std::min<size_t>(cell.text->size(), kNoText - 1));
       texts_.append(*cell.text, 0, pending.length);
+      texts_.push_back('\0');  // so the text goes to libxlsxwriter in place
     }
     if (!cells_.empty() && std::tie(cell.row, cell.column) <=
                                std::tie(cells_.back().row, cells_.back().column))
@@ -568,7 +593,13 @@ class XlsxBuilder : public host::SheetVisitor {
       check(worksheet_write_blank(sheet_, row, column, format), "cell");
       return;
     }
-    std::string text = cleanUtf8(std::string_view(texts_).substr(cell.offset, cell.length), false);
+    const std::string_view stored = std::string_view(texts_).substr(cell.offset, cell.length);
+    // Bytes up to the limit cannot hold more characters than the limit.
+    if (stored.size() <= kMaxCellCharacters && cleanAlready(stored, false)) {
+      check(worksheet_write_string(sheet_, row, column, stored.data(), format), "cell");
+      return;
+    }
+    std::string text = cleanUtf8(stored, false);
     if (characterCount(text) > kMaxCellCharacters) {
       text = std::string(cutUtf8(text, kMaxCellCharacters, false));
       ++stats_.textsShortened;
@@ -616,6 +647,8 @@ class XlsxBuilder : public host::SheetVisitor {
   // The sheet's formats by small index, so a pending cell stays 24 bytes.
   std::vector<lxw_format*> sheetFormats_;
   std::map<lxw_format*, uint32_t> formatIndex_;
+  lxw_format* lastFormat_ = nullptr;
+  uint32_t lastFormatIndex_ = 0;
   std::vector<Note> notes_;
   uint32_t objects_ = 0;
 };
