@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstring>
 #include <cstdio>
 #include <filesystem>
 #include <map>
@@ -16,6 +17,7 @@
 #include "cli/dump_format.h"
 #include "cli/html_writer.h"
 #include "cli/sheet_model.h"
+#include "wzss/host/values.h"
 
 namespace fs = std::filesystem;
 
@@ -362,6 +364,7 @@ struct PendingCell {
 };
 constexpr uint32_t kHasLine = 0x80000000u;
 constexpr uint32_t kNoText = UINT32_MAX;
+constexpr uint32_t kNumber = UINT32_MAX - 1;  // offset holds a double, not a text
 
 struct Note {
   uint32_t row, column;
@@ -453,8 +456,14 @@ class XlsxBuilder : public host::SheetVisitor {
     formats_.setDefaultFont(name, font.size);
   }
 
+  // A text the formatter can have written from a number or a date becomes
+  // that number with a format code that shows it as the same text again;
+  // every other text stays a string.
   void addCell(const host::Cell& cell) {
-    const StyleKey key = styleOf(cell);
+    StyleKey key = styleOf(cell);
+    host::TypedValue value;
+    if (cell.text && key.hasFont) value = host::inferValue(*cell.text);
+    if (value.type != host::ValueType::Text) key.numberFormat = value.format;
     lxw_format* format = formats_.get(key);
     if (format == nullptr) return fail("out of memory for a cell format");
     if (format != lastFormat_) {
@@ -466,8 +475,11 @@ class XlsxBuilder : public host::SheetVisitor {
     }
     PendingCell pending{cell.row, cell.column, lastFormatIndex_, kNoText, texts_.size()};
     if (key.hasFont) pending.format |= kHasLine;
-    if (cell.text) {
-      pending.length = static_cast<uint32_t>(std::min<size_t>(cell.text->size(), kNoText - 1));
+    if (value.type != host::ValueType::Text) {
+      pending.length = kNumber;
+      texts_.append(reinterpret_cast<const char*>(&value.number), sizeof value.number);
+    } else if (cell.text) {
+      pending.length = static_cast<uint32_t>(std::min<size_t>(cell.text->size(), kNumber - 1));
       texts_.append(*cell.text, 0, pending.length);
       texts_.push_back('\0');  // so the text goes to libxlsxwriter in place
     }
@@ -591,6 +603,13 @@ class XlsxBuilder : public host::SheetVisitor {
     ++stats_.cells;
     if (cell.length == kNoText || cell.length == 0) {
       check(worksheet_write_blank(sheet_, row, column, format), "cell");
+      return;
+    }
+    if (cell.length == kNumber) {
+      double number = 0;
+      std::memcpy(&number, texts_.data() + cell.offset, sizeof number);
+      ++stats_.typedCells;
+      check(worksheet_write_number(sheet_, row, column, number, format), "cell");
       return;
     }
     const std::string_view stored = std::string_view(texts_).substr(cell.offset, cell.length);

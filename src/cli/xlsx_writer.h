@@ -2,7 +2,10 @@
 // per sheet, every cell at its output position (hidden rows and columns kept
 // and marked hidden, so positions match `wzss csv --keep-hidden`), the
 // cells' fonts, colours, fills, borders and alignment, column widths, row
-// heights and the sheet's default font and column width.
+// heights and the sheet's default font and column width. A display text the
+// value formatter can have written from a number, date or time becomes that
+// value with a number format that shows it as the same text
+// (wzss/host/values.h); every other text stays a string.
 //
 // Graphic objects have no renderer: each one becomes a cell note at its
 // top-left anchor that names it, gives its size text and says that
@@ -31,6 +34,7 @@ namespace wzss::cli {
 struct XlsxStats {
   uint64_t bytes = 0;           // size of the workbook read
   uint64_t cells = 0;           // cells written
+  uint64_t typedCells = 0;      // of them numbers, dates or times with their format
   uint64_t cellsLeftOut = 0;    // beyond the XLSX grid (1048576 rows, 16384 columns)
   uint64_t textsShortened = 0;  // longer than the 32767 characters a cell holds
   // The walker's warnings, then the cells left out and the texts cut.

@@ -2,13 +2,15 @@
 compared with the converter's own JSON of the same workbook: sheet names,
 every cell's position, value, number format, font, fill, borders and
 alignment, column widths, row heights, hidden lines, the default font and
-the object notes. Then the failures: an unwritable target and a file that is
+the object notes; numbers, dates and times shown through their number
+format by the npm package ssf must give the JSON's text. Then the failures: an unwritable target and a file that is
 no workbook leave no file behind, neither at the target nor in TMPDIR.
 
 usage: xlsx_check.py WZSS WZGEN SCRATCH WORKBOOK...
 """
-import json, os, subprocess, sys
+import datetime, json, os, subprocess, sys
 import openpyxl
+from openpyxl.utils.datetime import to_excel
 
 wzss, wzgen, scratch, inputs = sys.argv[1], sys.argv[2], sys.argv[3], sys.argv[4:]
 os.makedirs(scratch, exist_ok=True)
@@ -20,6 +22,7 @@ for size, seed in (("256K", "1"), ("64K", "7")):
     subprocess.run([wzgen, "--size", size, "--seed", seed, "-o", generated], check=True)
     inputs.append(generated)
 failures = []
+typed = []  # (where, number, format, display text) for the judge below
 
 def expect(what, got, wanted):
     if got != wanted:
@@ -40,10 +43,15 @@ def check_names(names, raw):
                 and original.casefold() not in ["history"] + folded[:i]:
             expect("name kept", name, original)
 
+# A font size of 0 has no meaning in XLSX: the cell keeps 11 points.
 def check_cell(where, c, cell):
     text = cell.get("text")
-    expect(where + " value", c.value, text if text else None)
-    expect(where + " number format", c.number_format, "General")
+    if isinstance(c.value, (int, float, datetime.datetime, datetime.time)):
+        number = c.value if isinstance(c.value, (int, float)) else to_excel(c.value)
+        typed.append((where, number, c.number_format, text))
+    else:
+        expect(where + " value", c.value, text if text else None)
+        expect(where + " number format", c.number_format, "General")
     fill = cell["fill"]
     if fill and fill["pattern"] == 0:
         expect(where + " fill", (c.fill.fill_type, c.fill.fgColor.rgb), ("solid", rgb(fill["shownColor"])))
@@ -65,7 +73,7 @@ def check_cell(where, c, cell):
         return
     font = cell["font"]
     expect(where + " font", (c.font.name, c.font.sz, bool(c.font.b), bool(c.font.i), c.font.u),
-           (font["name"], font["size"], font["bold"], font["italic"], "single" if font["underline"] else None))
+           (font["name"], font["size"] or 11, font["bold"], font["italic"], "single" if font["underline"] else None))
     expect(where + " text colour", c.font.color.rgb, rgb(cell["textColor"]))
     a = cell["alignment"]
     expect(where + " alignment", (c.alignment.horizontal, c.alignment.vertical, bool(c.alignment.wrap_text)),
@@ -87,7 +95,7 @@ def check_sheet(name, ws, sheet):
     for (row, column), cell in cells.items():
         check_cell(f"{name}!{cell['address']}", ws.cell(row, column), cell)
     settings = sheet["settings"]
-    default = settings["defaultFontHeight"] * 1.5 / 20
+    default = (settings["defaultFontHeight"] or 200) * 1.5 / 20  # size 0: 10 points
     expect(name + " default row", ws.sheet_format.defaultRowHeight, default)
     heights = lines(sheet["rowHeights"], "height")
     hidden_rows = lines(sheet["hiddenRows"])
@@ -118,7 +126,7 @@ def check(path, xlsx):
     check_names(book.sheetnames, raw)
     expect(path + " default font", (book._fonts[0].name, book._fonts[0].sz),
            (document["sheets"][0]["settings"]["defaultFont"]["name"],
-            document["sheets"][0]["settings"]["defaultFont"]["size"]))
+            document["sheets"][0]["settings"]["defaultFont"]["size"] or 11))
     for ws, sheet in zip(book.worksheets, document["sheets"]):
         check_sheet(f"{os.path.basename(path)}:{ws.title}", ws, sheet)
 
@@ -133,6 +141,20 @@ for path in inputs:
         subprocess.run([wzss, "xlsx", path, "-o", xlsx], check=True, env=env, stdout=subprocess.DEVNULL)
     check(path, xlsx)
 
+# Every number, date and time must show as its display text: the npm
+# package ssf, an independent implementation of the number formats, judges.
+judge = "const SSF = require('ssf'); const cases = JSON.parse(require('fs').readFileSync(0));" \
+        "console.log(JSON.stringify(cases.map(([n, f]) => SSF.format(f, n))));"
+modules = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "host", "values_judge", "node_modules")
+shown = subprocess.run(["node", "-e", judge], input=json.dumps([[n, f] for _, n, f, _ in typed]),
+                       capture_output=True, text=True, env=dict(env, NODE_PATH=modules))
+if shown.returncode != 0:
+    failures.append("ssf could not judge the typed cells (npm ci in tests/host/values_judge): " + shown.stderr[-300:])
+else:
+    for (where, number, code, text), got in zip(typed, json.loads(shown.stdout)):
+        expect(f"{where} {number} in {code!r}", got, text)
+expect("typed cells", len(typed) > 0, True)
+
 # Failures: a target below a plain file, and an input that is no workbook.
 blocker = os.path.join(scratch, "plain-file")
 open(blocker, "w").close()
@@ -145,5 +167,6 @@ for source, target in ((inputs[0], os.path.join(blocker, "out.xlsx")),
            if os.path.isdir(os.path.dirname(target)) else [], [])
 expect("temporary files left", os.listdir(tmp), [])
 
-print("\n".join(failures[:40]) or f"{len(inputs)} workbooks: the XLSX matches the JSON")
+print("\n".join(failures[:40]) or
+      f"{len(inputs)} workbooks: the XLSX matches the JSON, {len(typed)} typed cells judged by ssf")
 sys.exit(1 if failures else 0)
