@@ -6,6 +6,7 @@
 
 #include "wzss/host/file_stream.h"
 #include "wzss/host/services.h"
+#include "wzss/host/values.h"
 #include "wzss/host/walker.h"
 
 namespace wzss::tools {
@@ -100,7 +101,7 @@ bool walkDirect(const SSReaderInterface& table, StreamInterface* document, HostS
 
 class CountingVisitor : public host::SheetVisitor {
  public:
-  explicit CountingVisitor(WalkCounts* counts) : counts_(counts) {}
+  CountingVisitor(WalkCounts* counts, bool types) : counts_(counts), types_(types) {}
   void beginSheet(const host::SheetInfo&) override { ++counts_->sheets; }
   bool item(const host::SheetInfo&, host::Item& item) override {
     ++counts_->items;
@@ -111,6 +112,8 @@ class CountingVisitor : public host::SheetVisitor {
         // The plug-in's bytes, as the direct count sees them, not the
         // walker's UTF-8.
         counts_->textBytes += cell->textLength != 0 ? cell->textLength - 1 : 0;
+        if (types_ && !cell->text->empty())
+          ++counts_->valueTypes[static_cast<int>(host::inferValue(*cell->text).type)];
       }
     } else if (std::holds_alternative<host::RowRun>(item)) {
       ++counts_->rowRuns;
@@ -127,16 +130,17 @@ class CountingVisitor : public host::SheetVisitor {
 
  private:
   WalkCounts* counts_;
+  bool types_;
 };
 
 bool walkWithWalker(const SSReaderInterface& table, StreamInterface* document,
-                    HostServices* services, WalkCounts* counts, std::string* error) {
+                    HostServices* services, bool types, WalkCounts* counts, std::string* error) {
   host::Walker walker(table, document, services);
   if (auto sheets = walker.open(); !sheets) {
     *error = sheets.error().message;
     return false;
   }
-  CountingVisitor visitor(counts);
+  CountingVisitor visitor(counts, types);
   if (auto status = walker.walkAll(visitor); !status) {
     *error = status.error().message;
     return false;
@@ -153,7 +157,8 @@ bool walkWorkbook(const SSReaderInterface& table, const std::string& path, WalkM
   host::Services services;
   const bool ok = mode == WalkMode::Direct
                       ? walkDirect(table, file->get(), services.get(), counts, error)
-                      : walkWithWalker(table, file->get(), services.get(), counts, error);
+                      : walkWithWalker(table, file->get(), services.get(), mode == WalkMode::Types,
+                                       counts, error);
   counts->peakHostBytes = services.stats().peakBytes;
   return ok;
 }

@@ -23,11 +23,15 @@ struct WalkCounts {
   uint64_t objects = 0;
   uint64_t fills = 0;      // callback op 2 registrations
   uint64_t peakHostBytes = 0;  // the plug-in's live blocks at their largest
+  // WalkMode::Types: texts by the type inferValue gives them, indexed by
+  // host::ValueType (Text, Number, Date, Time, DateTime).
+  uint64_t valueTypes[5] = {};
 };
 
 enum class WalkMode {
   Direct,  // the entry points called straight, a text buffer reused for every cell
   Walker,  // the host kit's Walker with a counting visitor
+  Types,   // the Walker, and each non-empty text's inferred value type counted
 };
 
 // Walks the workbook at path through table. False with *error set when the

@@ -1,11 +1,12 @@
 // wzwalk: pulls every item of every sheet of a workbook through the
 // plug-in's entry points and prints what it counted.
 //
-//   wzwalk [--walker] [--plugin LIBWZSS.so] FILE
+//   wzwalk [--walker|--types] [--plugin LIBWZSS.so] FILE
 //
 // By default the entry points are the ones linked into this program and the
 // host is the least a host can be (a reused text buffer, a fill counter);
-// --walker goes through the host kit's Walker instead, --plugin loads the
+// --walker goes through the host kit's Walker instead, --types too and
+// counts the texts by the value type inferred from them, --plugin loads the
 // shared library the way `wzss` does.
 #include <cstdio>
 #include <optional>
@@ -21,17 +22,19 @@ int main(int argc, char** argv) {
     const std::string arg = argv[i];
     if (arg == "--walker") {
       mode = wzss::tools::WalkMode::Walker;
+    } else if (arg == "--types") {
+      mode = wzss::tools::WalkMode::Types;
     } else if (arg == "--plugin" && i + 1 < argc) {
       pluginPath = argv[++i];
     } else if (path.empty() && !arg.empty() && arg[0] != '-') {
       path = arg;
     } else {
-      std::fprintf(stderr, "usage: wzwalk [--walker] [--plugin LIBWZSS.so] FILE\n");
+      std::fprintf(stderr, "usage: wzwalk [--walker|--types] [--plugin LIBWZSS.so] FILE\n");
       return 2;
     }
   }
   if (path.empty()) {
-    std::fprintf(stderr, "usage: wzwalk [--walker] [--plugin LIBWZSS.so] FILE\n");
+    std::fprintf(stderr, "usage: wzwalk [--walker|--types] [--plugin LIBWZSS.so] FILE\n");
     return 2;
   }
   SSReaderInterface linked{};
@@ -63,5 +66,11 @@ int main(int argc, char** argv) {
               static_cast<unsigned long long>(counts.objects),
               static_cast<unsigned long long>(counts.fills),
               static_cast<unsigned long long>(counts.peakHostBytes));
+  if (mode == wzss::tools::WalkMode::Types) {
+    const char* names[] = {"text", "number", "date", "time", "datetime"};
+    for (int type = 0; type < 5; ++type)
+      std::printf("typed %s %llu\n", names[type],
+                  static_cast<unsigned long long>(counts.valueTypes[type]));
+  }
   return 0;
 }
