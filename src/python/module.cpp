@@ -119,6 +119,11 @@ CellTable readTable(const PluginHandle& plugin, const std::string& path, const S
       table.emplace(readCellTable(*book.walker, choice, inferValues));
   }
   if (!*table) raiseWorkbookError(path, table->error().message);
+  // What the walker assumed or repaired (an unknown encoding, bytes it
+  // replaced) reaches the user as a Python warning.
+  for (const std::string& warning : book.walker->warnings())
+    if (PyErr_WarnEx(PyExc_UserWarning, (path + ": " + warning).c_str(), 2) != 0)
+      throw py::error_already_set();
   return std::move(table->value());
 }
 

@@ -126,6 +126,8 @@ def test_unreadable_files_raise_naming_file_and_reason(tmp_path, generated):
                 read(str(path))
             assert str(path) in str(raised.value)
     assert issubclass(wzss.Error, ValueError)
+    with pytest.warns(UserWarning, match="no-such-encoding"):
+        wzss.read_cells(generated[0], encoding="no-such-encoding")
     with pytest.raises(KeyError):
         wzss.read_sheet(generated[0], "no such sheet")
 
