@@ -89,6 +89,22 @@ std::string headerLine(StreamInterface* document) {
   return line.substr(0, line.find('\n'));
 }
 
+// A name from the file, for a message on a terminal: bytes outside
+// printable ASCII as \xHH.
+std::string printable(std::string_view text) {
+  std::string out;
+  for (const char c : text) {
+    const auto byte = static_cast<unsigned char>(c);
+    if (byte >= 0x20 && byte < 0x7F) {
+      out += c;
+    } else {
+      constexpr char kHex[] = "0123456789abcdef";
+      out += {'\\', 'x', kHex[byte >> 4], kHex[byte & 0xF]};
+    }
+  }
+  return out;
+}
+
 }  // namespace
 
 // ---------------------------------------------------------------------------
@@ -275,8 +291,8 @@ void Walker::chooseEncoding() {
   if (name.empty())
     warnings_.push_back("the header names no encoding: " + fallback);
   else
-    warnings_.push_back(std::string(asked ? "the" : "the header's") + " encoding \"" + name +
-                        "\" is unknown: " + fallback);
+    warnings_.push_back(std::string(asked ? "the" : "the header's") + " encoding \"" +
+                        printable(name) + "\" is unknown: " + fallback);
 }
 
 Result<std::vector<SheetInfo>> Walker::open() {

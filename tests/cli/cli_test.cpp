@@ -254,11 +254,11 @@ TEST(CliTest, EncodingWarningsOverrideAndByteOrderMark) {
             std::string::npos);
   const fs::path unknown = dir.path() / "unknown.wzs";
   std::string text = readFile(kBudget);
-  text.replace(text.find("US-ASCII"), 8, "NO-SUCH");
+  text.replace(text.find("US-ASCII"), 8, "NO\x1bSUCH");  // shown, never sent to the terminal
   std::ofstream(unknown) << text;
   const CommandRun named = wzss({"info", unknown.string()});
   EXPECT_EQ(named.err, "wzss: " + unknown.string() + ": warning: the header's encoding "
-                       "\"NO-SUCH\" is unknown: texts are read as ISO-8859-1\n");
+                       "\"NO\\x1bSUCH\" is unknown: texts are read as ISO-8859-1\n");
 }
 
 // Golden dumps: `wzss dump` of every sample, byte for byte. The golden files
