@@ -4,9 +4,11 @@
 
 #include <algorithm>
 #include <functional>
+#include <random>
 #include <string>
 #include <vector>
 
+#include "interface/pump.h"
 #include "interface_fixture.h"
 
 namespace wzss::test {
@@ -142,6 +144,73 @@ TEST(ViewSection, RangeAndTitleLinesFlagTheGridsLines) {
   }
 }
 
+// Thousands of marks in random order against the plainest reading: every
+// range line stores 2 into each of its lines and every title line ORs 4 in,
+// one line after the other; renumbering counts the marks before a line.
+TEST(ViewSection, ManyMarksAgreeWithMarkingLineByLine) {
+  const int32_t maxRow = 300, maxColumn = 40;
+  std::mt19937 random(16);
+  auto pick = [&](int32_t low, int32_t high) {
+    return std::uniform_int_distribution<int32_t>(low, high)(random);
+  };
+  auto letters = [](int32_t column) {  // 1 = A, 27 = AA
+    std::string text(1, static_cast<char>('A' + (column - 1) % 26));
+    if (column > 26) text.insert(0, 1, static_cast<char>('A' + (column - 27) / 26));
+    return text;
+  };
+  std::vector<std::string> lines;
+  std::string expectedRows(maxRow, '.'), expectedColumns(maxColumn, '.');
+  int titleRows = 0, titleColumns = 0;
+  auto mark = [](std::string& map, int32_t first, int32_t last, bool title) {
+    for (int32_t line = std::max(first, 1); line <= std::min<int32_t>(last, map.size()); ++line) {
+      char& flag = map[line - 1];
+      flag = !title ? 'v' : flag == 'v' || flag == 'b' ? 'b' : 't';
+    }
+  };
+  for (int i = 0; i < 3000; ++i) {
+    const bool rows = pick(0, 1) == 0;
+    const int32_t extent = rows ? maxRow : maxColumn;
+    const int32_t first = pick(-2, extent + 2), last = pick(first - 3, extent + 5);
+    if (pick(0, 3) == 0) {
+      lines.push_back(rows ? "View Title Row: " + std::to_string(first)
+                           : "View Title Column: " + (first >= 1 ? letters(first) : ""));
+      mark(rows ? expectedRows : expectedColumns, first, first, true);
+      ++(rows ? titleRows : titleColumns);
+    } else if (rows) {
+      lines.push_back("View Rows Visible: r:" + std::to_string(first) + ":" + std::to_string(last));
+      if (first <= last) mark(expectedRows, first, last, false);
+    } else if (first >= 1 && last >= 1) {
+      lines.push_back("View Columns Visible: c:" + letters(first) + ":" + letters(last));
+      if (first <= last) mark(expectedColumns, first, last, false);
+    }
+  }
+  Prologue prologue;
+  prologue.maxRow = maxRow;
+  prologue.maxColumn = maxColumn;
+  PreparedReader prepared(viewSection({lines.begin(), lines.end()}), prologue);
+  ASSERT_NE(prepared.open(), nullptr);
+  EXPECT_EQ(flagMap(prepared, true), expectedRows);
+  EXPECT_EQ(flagMap(prepared, false), expectedColumns);
+  EXPECT_EQ(prepared.sheet()->hiddenCount,
+            std::ranges::count(expectedRows + expectedColumns, '.'));
+
+  auto renumbered = [](const std::string& map, int count, int32_t line) {
+    int32_t before = 0;
+    for (int32_t i = 1; i < line && i <= static_cast<int32_t>(map.size()); ++i)
+      before += map[i - 1] == 't' || map[i - 1] == 'b';
+    const bool title = line >= 1 && line <= static_cast<int32_t>(map.size()) &&
+                       (map[line - 1] == 't' || map[line - 1] == 'b');
+    return count == 0 ? line : title ? before + 1 : line + count - before;
+  };
+  for (int32_t line = -1; line <= maxRow + 2; ++line) {
+    int32_t row = line, column = line;
+    wzGetAbsRow(prepared.sheet(), &row);
+    wzGetAbsCol(prepared.sheet(), &column);
+    EXPECT_EQ(row, renumbered(expectedRows, titleRows, line)) << "row " << line;
+    EXPECT_EQ(column, renumbered(expectedColumns, titleColumns, line)) << "column " << line;
+  }
+}
+
 TEST(ViewSection, EndOfInputEndsTheSection) {
   PreparedReader inLines("View Start, Name: #S: ~A\nView Title Row: 2\n");
   ASSERT_NE(inLines.open(), nullptr);
@@ -266,15 +335,16 @@ TEST(OpenSheet, ALargeRealisticGridOpens) {
 }
 
 // Allocations of an open: the sheet reader, the slot array, one flag block
-// per slot, then the format ids of the rows the Row List names.
+// per slot, the view's marks, the skip list over the rows and the list of
+// title rows, then the format ids of the rows the Row List names.
 TEST(OpenSheet, EveryRefusedAllocationIsSurvived) {
-  const std::string text = viewSection({"View Rows Visible: r:1:4"}) +
+  const std::string text = viewSection({"View Rows Visible: r:1:4", "View Title Row: 3"}) +
                            joinLines({"Row List A!2:0,1,5", "Row List A!4:2,3,6"});
   Prologue prologue;
   prologue.maxRow = 4;
   prologue.maxColumn = 5;
-  const uint64_t gridAllocations = 2 + 5;
-  const uint64_t openAllocations = gridAllocations + 2;
+  const uint64_t setupAllocations = 2 + 5 + 3;
+  const uint64_t openAllocations = setupAllocations + 2;
   {
     PreparedReader probe(text, prologue);
     const uint64_t before = probe.host.services.stats().allocations;
@@ -288,7 +358,7 @@ TEST(OpenSheet, EveryRefusedAllocationIsSurvived) {
     const uint64_t liveBefore = prepared.host.services.stats().liveBlocks;
     prepared.host.services.failAllocation(before + k);
     ::SheetReader* sheet = prepared.open();
-    if (k <= gridAllocations) {
+    if (k <= setupAllocations) {
       EXPECT_EQ(sheet, nullptr);
       EXPECT_EQ(prepared.host.services.stats().liveBlocks, liveBefore);
       // Without the sheet reader the stream was never opened.
@@ -298,7 +368,7 @@ TEST(OpenSheet, EveryRefusedAllocationIsSurvived) {
     }
     // A refused format id block ends the Row List pass; the sheet opens.
     ASSERT_NE(sheet, nullptr);
-    EXPECT_EQ(prepared.sheet()->grid[2].formatIds != nullptr, k > gridAllocations + 1);
+    EXPECT_EQ(prepared.sheet()->grid[2].formatIds != nullptr, k > setupAllocations + 1);
     EXPECT_EQ(prepared.sheet()->grid[4].formatIds, nullptr);
     EXPECT_EQ(prepared.sheet()->hiddenCount, 5u);
   }

@@ -148,13 +148,13 @@ struct SheetReader {
   GridRow* grid;  // maxRow + 1 slots
   uint32_t gridRows;  // slots in grid, so closing never depends on maxRow
   uint64_t gridBytes; // what the grid has cost so far, held to kGridByteLimit
-  // Lines whose flag carries the title mark once the view section is read,
-  // and the last of them (0 without any): renumbering needs to count title
-  // lines before a row only when the row lies at or above the last one.
-  int32_t titleRowsMarked;
-  int32_t lastTitleRow;
-  int32_t titleColumnsMarked;
-  int32_t lastTitleColumn;
+  // The lines whose flag carries the title mark once the view section is
+  // read, in ascending order (null without any), so renumbering counts the
+  // title lines before a line by a binary search.
+  int32_t* titleRows;
+  uint32_t titleRowsMarked;
+  int32_t* titleColumns;
+  uint32_t titleColumnsMarked;
   int32_t hiddenRowScan;
   int32_t hiddenColumnScan;
   uint32_t hiddenCount;
@@ -166,6 +166,10 @@ struct SheetReader {
   int32_t titleColumnCount;
   int32_t emptyScanRow;
   int32_t emptyScanColumn;
+  // How formatted empty cells find their attribute entry: 0 not decided yet,
+  // 1 by binary search (the entries ascend by number, as one table stores
+  // them), 2 one by one (a table cut short by refused memory left a mix).
+  uint8_t attrLookup;
   uint8_t borderStyles[4];   // left, right, top, bottom
   uint32_t borderColors[4];  // left, right, top, bottom
   int32_t objectCount;

@@ -3,6 +3,7 @@
 // next item needs. This file produces the settings and option items, the
 // row heights, column widths and hidden runs; objects and cells come from
 // their own subsystems.
+#include <algorithm>
 #include <cstring>
 #include <string_view>
 
@@ -48,32 +49,21 @@ enum class Delivery {
 
 // --- Renumbering ------------------------------------------------------------
 
-using LineInGrid = bool (*)(const SheetReader*, int64_t);
-using LineFlag = uint8_t& (*)(const SheetReader*, int64_t);
-
-// Title lines first, in their order, then the others in theirs. Only flags
-// inside the grid are read.
-void renumber(const SheetReader* sheet, int32_t titleCount, int32_t lastLine,
-              int32_t titlesMarked, int32_t lastMarked, LineInGrid inGrid, LineFlag flagOf,
+// Title lines first, in their order, then the others in theirs. titles lists
+// the lines that kept their title mark, ascending, so the title lines before
+// a line are counted by a binary search.
+void renumber(int32_t titleCount, const int32_t* titles, uint32_t titlesMarked,
               int32_t* number) {
   if (titleCount == 0) return;
-  const int64_t line = *number;
-  // Every cell asks: count only up to the last title line, so a sheet with
-  // its titles at the top costs no scan for the rows below them.
-  int64_t titlesBefore = titlesMarked;
-  if (line - 1 < lastMarked) {
-    titlesBefore = 0;
-    const int64_t lastCounted = line - 1 < lastLine ? line - 1 : lastLine;
-    for (int64_t i = 1; i <= lastCounted; ++i) {
-      if (inGrid(sheet, i) && (flagOf(sheet, i) & kFlagTitle) != 0) ++titlesBefore;
-    }
-  }
-  // No line after the last marked one carries the mark.
-  if (line <= lastMarked && inGrid(sheet, line) && (flagOf(sheet, line) & kFlagTitle) != 0) {
+  const int32_t line = *number;
+  const int32_t* end = titles + titlesMarked;
+  const int32_t* at = titles == nullptr ? nullptr : std::lower_bound(titles, end, line);
+  const int64_t titlesBefore = at == nullptr ? 0 : at - titles;
+  if (at != nullptr && at != end && *at == line) {
     *number = static_cast<int32_t>(titlesBefore + 1);
     return;
   }
-  const int64_t renumbered = line + (titleCount - titlesBefore);
+  const int64_t renumbered = int64_t{line} + (titleCount - titlesBefore);
   *number = renumbered > INT32_MAX   ? INT32_MAX
             : renumbered < INT32_MIN ? INT32_MIN
                                      : static_cast<int32_t>(renumbered);
@@ -257,6 +247,9 @@ Delivery deliverColumnWidth(SheetReader* sheet, SheetItem* item) {
 
 // --- Hidden runs ----------------------------------------------------------------
 
+using LineInGrid = bool (*)(const SheetReader*, int64_t);
+using LineFlag = uint8_t& (*)(const SheetReader*, int64_t);
+
 // The next run of lines whose whole flag byte is 0, from the scan cursor on.
 bool findHiddenRun(const SheetReader* sheet, int32_t* scan, int32_t lastLine,
                    LineInGrid inGrid, LineFlag flagOf, int64_t* first, int64_t* last) {
@@ -376,13 +369,11 @@ int32_t wzPumpSheet(SheetReader* sheet, SheetItem* item) {
 }
 
 void wzGetAbsRow(const SheetReader* sheet, int32_t* row) {
-  renumber(sheet, sheet->titleRowCount, sheet->reader->maxRow, sheet->titleRowsMarked,
-           sheet->lastTitleRow, &gridHasRow, &rowFlag, row);
+  renumber(sheet->titleRowCount, sheet->titleRows, sheet->titleRowsMarked, row);
 }
 
 void wzGetAbsCol(const SheetReader* sheet, int32_t* column) {
-  renumber(sheet, sheet->titleColumnCount, sheet->reader->maxColumn, sheet->titleColumnsMarked,
-           sheet->lastTitleColumn, &gridHasColumn, &columnFlag, column);
+  renumber(sheet->titleColumnCount, sheet->titleColumns, sheet->titleColumnsMarked, column);
 }
 
 }  // namespace wzss

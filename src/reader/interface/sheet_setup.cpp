@@ -143,42 +143,24 @@ void recordListLine(uint32_t* listPos, uint32_t* listCount, uint32_t linePos) {
   *listCount = 0;
 }
 
-void readTitleRow(SheetReader* sheet) {
+// A title line marks its line (a range after it takes the mark away again)
+// and counts for the renumbering even when it names no line of the grid.
+void readTitleRow(SheetReader* sheet, LineMarks* marks) {
   const int32_t row = wzAtoi(afterKeyword(sheet, kTitleRow));
-  if (gridHasRow(sheet, row)) rowFlag(sheet, row) |= kFlagTitle;
+  wzAddLineMark(sheet, marks, MarkKind::kTitleRow, row, row);
   countUp(&sheet->titleRowCount);
 }
 
-void readTitleColumn(SheetReader* sheet) {
+void readTitleColumn(SheetReader* sheet, LineMarks* marks) {
   const char* cursor = afterKeyword(sheet, kTitleColumn);
   const int32_t column = wzGetLetter(&cursor);
-  if (gridHasColumn(sheet, column)) columnFlag(sheet, column) |= kFlagTitle;
+  wzAddLineMark(sheet, marks, MarkKind::kTitleColumn, column, column);
   countUp(&sheet->titleColumnCount);
-}
-
-// A visible range stores the whole byte, dropping a title mark set earlier.
-// Its end stops at the grid's edge and its start below 1 starts at 1.
-void markVisibleRows(SheetReader* sheet, int32_t first, int32_t last) {
-  const int32_t maxRow = sheet->reader->maxRow;
-  if (first > last || first > maxRow) return;
-  const int64_t end = last < maxRow ? last : maxRow;
-  for (int64_t row = first < 1 ? 1 : first; row <= end; ++row) {
-    if (gridHasRow(sheet, row)) rowFlag(sheet, row) = kFlagVisible;
-  }
-}
-
-void markVisibleColumns(SheetReader* sheet, int32_t first, int32_t last) {
-  const int32_t maxColumn = sheet->reader->maxColumn;
-  if (first > last || first > maxColumn) return;
-  const int64_t end = last < maxColumn ? last : maxColumn;
-  for (int64_t column = first < 1 ? 1 : first; column <= end; ++column) {
-    if (gridHasColumn(sheet, column)) columnFlag(sheet, column) = kFlagVisible;
-  }
 }
 
 // ":a" or ":a:b" after the keyword. A colon without a number after it
 // names no range.
-void readVisibleRowRange(SheetReader* sheet) {
+void readVisibleRowRange(SheetReader* sheet, LineMarks* marks) {
   const char* colon = findInLine(sheet->line, kRowsColonFrom, kRangeMark);
   if (colon == nullptr) return;
   const char* end = nullptr;
@@ -187,10 +169,10 @@ void readVisibleRowRange(SheetReader* sheet) {
   int32_t last = first;
   const char* second = std::strchr(colon + 1, kRangeMark);
   if (second != nullptr && !wzParseInt(second + 1, 10, &last, &end)) return;
-  markVisibleRows(sheet, first, last);
+  wzAddLineMark(sheet, marks, MarkKind::kRowRange, first, last);
 }
 
-void readVisibleColumnRange(SheetReader* sheet) {
+void readVisibleColumnRange(SheetReader* sheet, LineMarks* marks) {
   const char* colon = findInLine(sheet->line, kColumnsColonFrom, kRangeMark);
   if (colon == nullptr) return;
   const char* cursor = colon + 1;
@@ -200,24 +182,25 @@ void readVisibleColumnRange(SheetReader* sheet) {
     cursor = second + 1;
     last = wzGetLetter(&cursor);
   }
-  markVisibleColumns(sheet, first, last);
+  wzAddLineMark(sheet, marks, MarkKind::kColumnRange, first, last);
 }
 
 // A run of consecutive range lines of one kind. The line after the run is
 // given back to the view loop by seeking to it. False when the view section
 // ends here: the input ended inside the run, or the Seek back was refused.
-bool readVisibleRanges(SheetReader* sheet, std::string_view keyword,
-                       void (*readRange)(SheetReader*)) {
+bool readVisibleRanges(SheetReader* sheet, LineMarks* marks, std::string_view keyword,
+                       void (*readRange)(SheetReader*, LineMarks*)) {
   uint32_t linePos = 0;
   do {
-    readRange(sheet);
+    readRange(sheet, marks);
     if (!readLine(sheet, &linePos)) return false;
   } while (wzMatchKeyword(sheet->line, keyword));
   return streamSeek(sheet->stream, linePos) != 0;
 }
 
-// One line of the view section; false when the section ends early.
-bool handleViewLine(SheetReader* sheet, uint32_t linePos) {
+// One line of the view section; false when the section ends early (or the
+// marks could not be kept).
+bool handleViewLine(SheetReader* sheet, LineMarks* marks, uint32_t linePos) {
   const char* line = sheet->line;
   if (wzMatchKeyword(line, kDefaultColumnWidth)) {
     readDefaultColumnWidth(sheet);
@@ -228,47 +211,38 @@ bool handleViewLine(SheetReader* sheet, uint32_t linePos) {
   } else if (wzMatchKeyword(line, kRowHeightsKeyword)) {
     recordListLine(&sheet->heightPos, &sheet->heightCount, linePos);
   } else if (wzMatchKeyword(line, kRowsVisible)) {
-    return readVisibleRanges(sheet, kRowsVisible, &readVisibleRowRange);
+    return readVisibleRanges(sheet, marks, kRowsVisible, &readVisibleRowRange);
   } else if (wzMatchKeyword(line, kColumnsVisible)) {
-    return readVisibleRanges(sheet, kColumnsVisible, &readVisibleColumnRange);
+    return readVisibleRanges(sheet, marks, kColumnsVisible, &readVisibleColumnRange);
   } else if (wzMatchKeyword(line, kTitleRow)) {
-    readTitleRow(sheet);
+    readTitleRow(sheet, marks);
   } else if (wzMatchKeyword(line, kTitleColumn)) {
-    readTitleColumn(sheet);
+    readTitleColumn(sheet, marks);
   }
-  return true;
+  return !marks->outOfMemory;
 }
 
-// Up to "View End,"; the end of the input ends the section as that line would.
-void readViewSection(SheetReader* sheet) {
+// Up to "View End,"; the end of the input ends the section as that line
+// would. The line flags are written once the section is read; false when
+// memory for them was refused.
+bool readViewSection(SheetReader* sheet) {
+  LineMarks marks{};
   uint32_t linePos = 0;
   while (readLine(sheet, &linePos) && !wzMatchKeyword(sheet->line, kViewEnd)) {
-    if (!handleViewLine(sheet, linePos)) return;
+    if (!handleViewLine(sheet, &marks, linePos)) break;
   }
+  return wzApplyLineMarks(sheet, &marks);
 }
 
-// Hidden lines, and the lines that kept their title mark, from the flags the
-// view section left.
-void countLineFlags(SheetReader* sheet) {
+// Hidden lines from the flags the view section left.
+void countHiddenLines(SheetReader* sheet) {
   const WorkbookReader* reader = sheet->reader;
   uint32_t hidden = 0;
   for (int64_t row = 1; row <= reader->maxRow; ++row) {
-    if (!gridHasRow(sheet, row)) continue;
-    const uint8_t flag = rowFlag(sheet, row);
-    if (flag == kFlagHidden) ++hidden;
-    if ((flag & kFlagTitle) != 0) {
-      ++sheet->titleRowsMarked;
-      sheet->lastTitleRow = static_cast<int32_t>(row);
-    }
+    if (gridHasRow(sheet, row) && rowFlag(sheet, row) == kFlagHidden) ++hidden;
   }
   for (int64_t column = 1; column <= reader->maxColumn; ++column) {
-    if (!gridHasColumn(sheet, column)) continue;
-    const uint8_t flag = columnFlag(sheet, column);
-    if (flag == kFlagHidden) ++hidden;
-    if ((flag & kFlagTitle) != 0) {
-      ++sheet->titleColumnsMarked;
-      sheet->lastTitleColumn = static_cast<int32_t>(column);
-    }
+    if (gridHasColumn(sheet, column) && columnFlag(sheet, column) == kFlagHidden) ++hidden;
   }
   sheet->hiddenCount = hidden;
 }
@@ -375,8 +349,9 @@ bool setUpSheet(SheetReader* sheet, uint32_t viewPos) {
   setCreationValues(sheet);
   if (streamSeek(sheet->stream, viewPos) == 0) return false;
   if (!buildGrid(sheet) || !readViewStart(sheet)) return false;
-  readViewSection(sheet);
-  countLineFlags(sheet);
+  if (!readViewSection(sheet)) return false;
+  countHiddenLines(sheet);
+  if (!wzListTitleLines(sheet)) return false;
   readRowLists(sheet);
   return true;
 }
@@ -385,6 +360,7 @@ void destroySheet(SheetReader* sheet) {
   if (sheet->reader->openSheet == sheet) sheet->reader->openSheet = nullptr;
   if (sheet->stream != nullptr) streamClose(sheet->stream);
   freeGrid(sheet);
+  wzReleaseTitleLines(sheet);
   hostFree(sheet->services, sheet);
 }
 
