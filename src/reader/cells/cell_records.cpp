@@ -2,6 +2,7 @@
 // cell data (formatted text and full styling), and, once those are used up,
 // the formatted empty cells that the sheet's Row List lines assign (fill and
 // border only).
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 
@@ -115,8 +116,36 @@ int readCellLine(SheetReader* sheet, SheetItemCell* cell, CellLine* line) {
 
 // --- Formatted empty cells -----------------------------------------------
 
-const AttrEntry* findAttrEntry(const WorkbookReader* reader, uint32_t formatId) {
-  const uint32_t count = reader->attrCount < kAttrSlots ? reader->attrCount : kAttrSlots;
+constexpr uint8_t kLookupUndecided = 0, kLookupBySearch = 1, kLookupOneByOne = 2;
+
+uint32_t storedAttrCount(const WorkbookReader* reader) {
+  return reader->attrCount < kAttrSlots ? reader->attrCount : kAttrSlots;
+}
+
+uint8_t chooseAttrLookup(const WorkbookReader* reader) {
+  const uint32_t count = storedAttrCount(reader);
+  for (uint32_t i = 0; i < count; ++i) {
+    if (reader->attrs[i] == nullptr) return kLookupOneByOne;
+    if (i > 0 && reader->attrs[i - 1]->number >= reader->attrs[i]->number) return kLookupOneByOne;
+  }
+  return kLookupBySearch;
+}
+
+// The first stored entry with this number. Every formatted empty cell asks,
+// and a file can name millions of them with an id that has no entry, so the
+// entries are searched by halves when they ascend, as they do unless a table
+// was cut short.
+const AttrEntry* findAttrEntry(SheetReader* sheet, uint32_t formatId) {
+  const WorkbookReader* reader = sheet->reader;
+  if (sheet->attrLookup == kLookupUndecided) sheet->attrLookup = chooseAttrLookup(reader);
+  const uint32_t count = storedAttrCount(reader);
+  if (sheet->attrLookup == kLookupBySearch) {
+    AttrEntry* const* first = reader->attrs;
+    AttrEntry* const* found = std::lower_bound(
+        first, first + count, formatId,
+        [](const AttrEntry* entry, uint32_t number) { return entry->number < number; });
+    return found != first + count && (*found)->number == formatId ? *found : nullptr;
+  }
   for (uint32_t i = 0; i < count; ++i) {
     const AttrEntry* entry = reader->attrs[i];
     if (entry != nullptr && entry->number == formatId) return entry;
@@ -234,7 +263,7 @@ int wzProcessEmptyCell(SheetReader* sheet, SheetItem* item) {
       // Only entries with a fill and border part are stored, and only that
       // part reaches an empty cell's item: a format id without an entry has
       // nothing to deliver, so the scan goes on past it.
-      const AttrEntry* entry = findAttrEntry(reader, formatId);
+      const AttrEntry* entry = findAttrEntry(sheet, formatId);
       if (entry == nullptr) continue;
 
       SheetItemCell& cell = item->cell;
