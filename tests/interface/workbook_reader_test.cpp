@@ -25,7 +25,7 @@ struct HeaderCase {
 };
 
 // Every case starts from a host list left over from elsewhere: a refusal
-// clears it, and neither outcome touches its reserved bytes.
+// leaves it as it was, and neither outcome touches its reserved bytes.
 TEST(FirstPass, HeaderCheckDecidesByTheThreeFixedFields) {
   const std::string k = "*BEGIN SPREADSHEETS VERSION=";
   const HeaderCase cases[] = {
@@ -58,14 +58,14 @@ TEST(FirstPass, HeaderCheckDecidesByTheThreeFixedFields) {
     EXPECT_EQ(host.stream.calls().opens, 1u);
     EXPECT_EQ(host.stream.calls().closes, 1u);
     for (uint8_t byte : host.info.reserved4) ASSERT_EQ(byte, 0x5A);
-    EXPECT_EQ(host.info.sheets, own(host.reader)->info.sheets);
     if (c.accepted) {
       EXPECT_EQ(own(host.reader)->version, c.version);
       EXPECT_EQ(host.info.sheetCount, 1u);
       EXPECT_NE(host.info.sheets, nullptr);
+      EXPECT_EQ(host.info.sheets, own(host.reader)->info.sheets);
     } else {
-      EXPECT_EQ(host.info.sheetCount, 0u);
-      EXPECT_EQ(host.info.sheets, nullptr);
+      EXPECT_EQ(host.info.sheetCount, 7u);
+      EXPECT_EQ(host.info.sheets, reinterpret_cast<SheetEntry*>(&host));
       // Refused before the prologue: nothing but the reader was allocated.
       EXPECT_EQ(host.services.stats().liveBlocks, 1u);
     }
@@ -109,10 +109,12 @@ TEST(FirstPass, ReadsAStreamWithoutCloseSlot) {
   EXPECT_EQ(host.stream.calls().closes, 0u);
 }
 
-TEST(FirstPass, RefusedOpenStillCallsClose) {
+TEST(FirstPass, RefusedOpenStillCallsCloseAndLeavesTheRecord) {
   TestHost host(kHeader + oneSheetBody());
   host.stream.failOpen(true);
+  host.info.sheetCount = 3;
   EXPECT_EQ(host.scan(), 0);
+  EXPECT_EQ(host.info.sheetCount, 3u);
   EXPECT_EQ(host.stream.calls().closes, 1u);
   EXPECT_EQ(host.stream.calls().reads, 0u);
   EXPECT_EQ(own(host.reader)->info.sheets, nullptr);
@@ -123,7 +125,9 @@ TEST(FirstPass, NeedsAStreamAndARecord) {
   ::WorkbookReader* reader = WZAllocateReader(nullptr, 0, nullptr, services.get(), 0, 0);
   ASSERT_NE(reader, nullptr);
   WorkbookInfo info{};
+  info.sheetCount = 5;  // without a stream the record stays as the host left it
   EXPECT_EQ(WZGetWorkSheetInfo(reader, &info, 0), 0);
+  EXPECT_EQ(info.sheetCount, 5u);
   EXPECT_EQ(WZGetWorkSheetInfo(reader, nullptr, 0), 0);
   WZCloseReader(reader);
   EXPECT_EQ(services.stats().liveBlocks, 0u);

@@ -65,12 +65,10 @@ bool checkHeader(WorkbookReader* reader) {
 }
 
 // Header check and prologue scan over one Open/Close of the stream. A sheet
-// list, even a partial one from a failed scan, is kept in the cache.
+// list, even a partial one from a failed scan, is kept in the cache. A file
+// refused before its prologue leaves the host's record as the host left it;
+// the scan itself starts the record's list empty.
 int32_t runFirstPass(WorkbookReader* reader, WorkbookInfo* info) {
-  // The host's record starts empty so a refused file never shows a stale
-  // list; its reserved bytes stay as the host left them.
-  info->sheetCount = 0;
-  info->sheets = nullptr;
   if (reader->stream == nullptr) return 0;
   // A pass after one that found no sheet would otherwise add to the tables
   // the earlier pass left behind.
