@@ -190,6 +190,16 @@ TEST(CellItems, CellsWithALine) {
                 {.column = 3, .text = "<null>", .textLength = 0, .hasFont = 1},
                 {.text = "6.00"}},
        .views = kGappedView},
+      // An open string takes every following line into a shown cell's text,
+      // a line that starts like a cell line too; a hidden cell's value is not
+      // read, so that line is the next cell (row 3 is hidden here).
+      {.name = "a shown open string takes the next cell line",
+       .cells = "(G0|) A!A1: \"open\n(G0|) A!A2: 5\"\n",
+       .want = {{.row = 1, .text = "openG0|) A!A2: 5"}}},
+      {.name = "a hidden open string leaves the next cell line a cell",
+       .cells = "(G0|) A!A3: \"open\n(G0|) A!A2: 5\"\n",
+       .want = {{.row = 3, .text = "<null>"}, {.row = 2, .text = "5"}},
+       .views = kGappedView},
       // Row 3 is only a title row, not in a visible range.
       {.name = "title rows are shown and come first",
        .cells = "(F2|) A!A2: 1\n(F2|) A!A3: 2\n(F2|) A!A4: 3\n",
