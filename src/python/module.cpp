@@ -26,6 +26,7 @@
 #include "cli/json_writer.h"
 #include "cli/output_files.h"
 #include "cli/sheet_model.h"
+#include "cli/xlsx_writer.h"
 #include "wzss/host/file_stream.h"
 #include "wzss/host/plugin.h"
 #include "wzss/host/services.h"
@@ -107,6 +108,14 @@ host::WalkOptions textOnly(const std::string& encoding) {
   return options;
 }
 
+// What the walker assumed or repaired (an unknown encoding, bytes it
+// replaced) reaches the user as Python warnings.
+void warn(const std::string& path, const std::vector<std::string>& warnings) {
+  for (const std::string& warning : warnings)
+    if (PyErr_WarnEx(PyExc_UserWarning, (path + ": " + warning).c_str(), 2) != 0)
+      throw py::error_already_set();
+}
+
 CellTable readTable(const PluginHandle& plugin, const std::string& path, const SheetChoice& choice,
                     const std::string& encoding, bool inferValues) {
   OpenWorkbook book(plugin, path, textOnly(encoding));
@@ -119,11 +128,7 @@ CellTable readTable(const PluginHandle& plugin, const std::string& path, const S
       table.emplace(readCellTable(*book.walker, choice, inferValues));
   }
   if (!*table) raiseWorkbookError(path, table->error().message);
-  // What the walker assumed or repaired (an unknown encoding, bytes it
-  // replaced) reaches the user as a Python warning.
-  for (const std::string& warning : book.walker->warnings())
-    if (PyErr_WarnEx(PyExc_UserWarning, (path + ": " + warning).c_str(), 2) != 0)
-      throw py::error_already_set();
+  warn(path, book.walker->warnings());
   return std::move(table->value());
 }
 
@@ -486,11 +491,38 @@ py::object convertCsv(const PluginHandle& plugin, const std::string& path,
   return py::cast(directory.written());
 }
 
+// The XLSX file to out (its path returned), or its bytes without out.
+py::object convertXlsx(const PluginHandle& plugin, const std::string& path,
+                       const std::optional<std::string>& out, const std::string& encoding) {
+  cli::XlsxStats stats;
+  std::optional<std::string> failed;
+  std::string bytes, writeError;
+  {
+    py::gil_scoped_release unlocked;
+    failed = cli::convertToXlsx(
+        plugin.table(), path, encoding,
+        [&](const cli::PieceProducer& xlsx) {
+          if (out) return cli::writeFileAtomically(*out, xlsx, &writeError);
+          return xlsx([&bytes](std::string_view piece) {
+            bytes += piece;
+            return true;
+          });
+        },
+        &stats);
+  }
+  if (!writeError.empty()) raiseOsError(*out, writeError, 0);
+  if (failed && !failed->empty()) raiseWorkbookError(path, *failed);
+  warn(path, stats.warnings);
+  if (!out) return py::bytes(bytes);
+  return py::str(*out);
+}
+
 py::object convert(const PluginHandle& plugin, const std::string& path, const std::string& to,
                    const std::optional<std::string>& out, bool keepHidden,
                    const std::string& encoding) {
   openFile(path);  // OSError for a file that cannot be opened, before any walk
   if (to == "csv") return convertCsv(plugin, path, out, keepHidden, encoding);
+  if (to == "xlsx") return convertXlsx(plugin, path, out, encoding);
   if (to != "json" && to != "html") throw py::value_error("to must be csv, json, html or xlsx");
   std::optional<host::Result<cli::WorkbookModel>> book;
   std::string text;

@@ -213,10 +213,9 @@ def read_sheet(path: Union[str, os.PathLike], sheet: Union[int, str] = 0, *,
 
 def convert(path: Union[str, os.PathLike], to: str = "csv", out=None, *,
             keep_hidden: bool = False, encoding: Optional[str] = None):
-    """The command's converters: to "json" or "html" writes the file out (and
-    returns its path) or returns the text; to "csv" writes one file per sheet
-    into the directory out (and returns their paths) or returns {sheet: text}."""
-    if to == "xlsx":
-        raise NotImplementedError("conversion to xlsx is not available in this version of wzss")
+    """The command's converters: to "json", "html" or "xlsx" writes the file
+    out (and returns its path) or returns the text (bytes for xlsx); to "csv"
+    writes one file per sheet into the directory out (and returns their
+    paths) or returns {sheet: text}."""
     out = None if out is None else os.fspath(out)
     return _wzss.convert(_PLUGIN, os.fspath(path), to, out, keep_hidden, _encoding(encoding))
