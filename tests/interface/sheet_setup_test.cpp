@@ -334,16 +334,16 @@ TEST(OpenSheet, ALargeRealisticGridOpens) {
   EXPECT_EQ(prepared.sheet()->grid[99999].formatIds[702], 1u);
 }
 
-// Allocations of an open: the sheet reader, the slot array, one flag block
-// per slot, the view's marks, the skip list over the rows and the list of
-// title rows, then the format ids of the rows the Row List names.
+// Allocations of an open: the sheet reader, the slot array, the flag block,
+// the view's marks, the skip list over the rows and the list of title rows,
+// then the format ids of the rows the Row List names.
 TEST(OpenSheet, EveryRefusedAllocationIsSurvived) {
   const std::string text = viewSection({"View Rows Visible: r:1:4", "View Title Row: 3"}) +
                            joinLines({"Row List A!2:0,1,5", "Row List A!4:2,3,6"});
   Prologue prologue;
   prologue.maxRow = 4;
   prologue.maxColumn = 5;
-  const uint64_t setupAllocations = 2 + 5 + 3;
+  const uint64_t setupAllocations = 3 + 3;
   const uint64_t openAllocations = setupAllocations + 2;
   {
     PreparedReader probe(text, prologue);

@@ -52,9 +52,12 @@ void countUp(int32_t* count) {
 // --- The grid -------------------------------------------------------------
 
 // maxRow + 1 slots of maxColumn + 1 flag bytes each, all zero, within the
-// grid's byte limit (a larger extent refuses the sheet). Slots are
-// cleared before any flag block is obtained, so a failure part way leaves a
-// grid that closing frees exactly.
+// grid's byte limit (a larger extent refuses the sheet). The limit counts
+// every row's flags as a block of its own, but the flags of all rows are
+// one block: a block per row made the allocator most of the cost of a large
+// extent, and that cost comes again with every sheet opened. Slots are
+// cleared before the flag block is obtained, so a failure leaves a grid that
+// closing frees exactly.
 bool buildGrid(SheetReader* sheet) {
   const WorkbookReader* reader = sheet->reader;
   if (reader->maxRow < 0 || reader->maxColumn < 0) return false;
@@ -71,19 +74,22 @@ bool buildGrid(SheetReader* sheet) {
   if (sheet->grid == nullptr) return false;
   std::memset(sheet->grid, 0, slotBytes);
   sheet->gridRows = static_cast<uint32_t>(rows);
+  // Within the limit, so the product fits.
+  const uint32_t allFlagBytes = allocSize(rows, flagBytes);
+  auto* flags = static_cast<uint8_t*>(hostAlloc(sheet->services, allFlagBytes));
+  if (flags == nullptr) return false;
+  std::memset(flags, kFlagHidden, allFlagBytes);
   for (uint32_t row = 0; row < sheet->gridRows; ++row) {
-    auto* flags = static_cast<uint8_t*>(hostAlloc(sheet->services, flagBytes));
-    if (flags == nullptr) return false;
-    std::memset(flags, kFlagHidden, flagBytes);
-    sheet->grid[row].flags = flags;
+    sheet->grid[row].flags = flags + uint64_t{row} * flagBytes;
   }
   return true;
 }
 
+// Row 0's flags are the start of the one flag block.
 void freeGrid(SheetReader* sheet) {
   if (sheet->grid == nullptr) return;
+  hostFree(sheet->services, sheet->grid[0].flags);
   for (uint32_t row = 0; row < sheet->gridRows; ++row) {
-    hostFree(sheet->services, sheet->grid[row].flags);
     hostFree(sheet->services, sheet->grid[row].formatIds);
   }
   hostFree(sheet->services, sheet->grid);
