@@ -19,6 +19,7 @@
 #include "cli/convert_commands.h"
 #include "cli/dump_format.h"
 #include "cli/exit_status.h"
+#include "cli/plugin_lookup.h"
 #include "wzss/host/file_stream.h"
 #include "wzss/host/plugin.h"
 #include "wzss/host/services.h"
@@ -30,16 +31,6 @@ namespace wzss::cli {
 namespace {
 
 constexpr size_t kOutputFlush = 64 * 1024;
-
-// The plug-in installed next to the command: <prefix>/bin/wzss loads
-// <prefix>/lib/libwzss.so.
-std::string defaultPluginPath() {
-  std::error_code error;
-  const fs::path self = fs::read_symlink("/proc/self/exe", error);
-  if (error) return "libwzss.so";
-  return (self.parent_path() / ".." / "lib" / "libwzss.so").lexically_normal().string();
-}
-
 
 // Lines go to stdout through one buffer; the walk produces many short lines.
 class Output {
@@ -215,8 +206,9 @@ int run(int argc, char** argv) {
   CLI::App app{"wzss: reads a spreadsheet workbook through the wzss plug-in and prints "
                "what the plug-in delivers"};
   app.set_version_flag("--version", "wzss " WZSS_VERSION);
-  std::string pluginPath = defaultPluginPath();
-  app.add_option("--plugin", pluginPath, "The plug-in to load")->capture_default_str();
+  std::string pluginPath;
+  app.add_option("--plugin", pluginPath,
+                 "The plug-in to load (default: $WZSS_PLUGIN, else the one installed with wzss)");
   app.require_subcommand(1);
 
   std::string file;
@@ -250,8 +242,9 @@ int run(int argc, char** argv) {
     return kExitUsage;
   }
 
-  const host::Plugin plugin = host::Plugin::load(pluginPath);
-  if (!plugin.ok()) return fail("plug-in", plugin.error());
+  const PluginLookup lookup = loadPlugin(pluginPath);
+  if (!lookup.plugin) return fail("plug-in", lookup.error);
+  const host::Plugin& plugin = *lookup.plugin;
 
   Output out;
   int status = kExitOk;

@@ -1,0 +1,37 @@
+# bash completion for wzss; installed as share/bash-completion/completions/wzss.
+# Keep the option lists in step with `wzss <command> --help`.
+_wzss() {
+  local cur prev words cword
+  _init_completion || return
+  local command="" i
+  for ((i = 1; i < cword; i++)); do
+    case ${words[i]} in
+      --plugin) ((i++)) ;;
+      -*) ;;
+      *) command=${words[i]}; break ;;
+    esac
+  done
+  case $prev in
+    --plugin) _filedir so; return ;;
+    -o | --output | --extract) _filedir; return ;;
+    --to) COMPREPLY=($(compgen -W 'csv json html' -- "$cur")); return ;;
+    --sheet | -j | --jobs | --title-rows | --title-columns) return ;;
+  esac
+  local options
+  case $command in
+    "") options='--plugin --help --version info dump objects csv json html convert' ;;
+    info) options='--help' ;;
+    dump) options='--help --sheet' ;;
+    objects) options='--help --extract' ;;
+    csv) options='--help --sheet -o --output --keep-hidden' ;;
+    json) options='--help -o --output' ;;
+    html) options='--help -o --output --title-rows --title-columns' ;;
+    convert) options='--help --to -o --output -j --jobs --keep-hidden --title-rows --title-columns' ;;
+  esac
+  if [[ -z $command || $cur == -* ]]; then
+    COMPREPLY=($(compgen -W "$options" -- "$cur"))
+  else
+    _filedir
+  fi
+}
+complete -F _wzss wzss
