@@ -25,6 +25,7 @@ install(FILES ${PROJECT_BINARY_DIR}/wzssConfig.cmake ${PROJECT_BINARY_DIR}/wzssC
 # The .pc files name the prefix relative to their own folder, so the tree
 # stays usable wherever `cmake --install --prefix` puts it.
 file(RELATIVE_PATH WZSS_PC_TO_PREFIX ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
+string(REGEX REPLACE "/$" "" WZSS_PC_TO_PREFIX "${WZSS_PC_TO_PREFIX}")
 foreach(pc wzss wzss-host)
   configure_file(${CMAKE_CURRENT_LIST_DIR}/${pc}.pc.in ${PROJECT_BINARY_DIR}/${pc}.pc @ONLY)
   install(FILES ${PROJECT_BINARY_DIR}/${pc}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
