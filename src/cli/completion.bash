@@ -14,20 +14,22 @@ _wzss() {
   case $prev in
     --plugin) _filedir so; return ;;
     -o | --output | --extract) _filedir; return ;;
-    --to) COMPREPLY=($(compgen -W 'csv json html' -- "$cur")); return ;;
-    --sheet | -j | --jobs | --title-rows | --title-columns) return ;;
+    --to) COMPREPLY=($(compgen -W 'csv json html xlsx' -- "$cur")); return ;;
+    --values) COMPREPLY=($(compgen -W 'display typed' -- "$cur")); return ;;
+    --sheet | -j | --jobs | --title-rows | --title-columns | --encoding) return ;;
   esac
   local options
   case $command in
-    "") options='--plugin --help --version info dump objects csv json html convert' ;;
+    "") options='--plugin --help --version info dump objects csv json html xlsx convert' ;;
     info) options='--help' ;;
     dump) options='--help --sheet' ;;
     objects) options='--help --extract' ;;
-    csv) options='--help --sheet -o --output --keep-hidden' ;;
-    json) options='--help -o --output' ;;
+    csv) options='--help --sheet -o --output --keep-hidden --bom --values' ;;
+    json | xlsx) options='--help -o --output' ;;
     html) options='--help -o --output --title-rows --title-columns' ;;
-    convert) options='--help --to -o --output -j --jobs --keep-hidden --title-rows --title-columns' ;;
+    convert) options='--help --to -o --output -j --jobs --keep-hidden --title-rows --title-columns --bom --values' ;;
   esac
+  [[ -n $command ]] && options="$options --encoding"
   if [[ -z $command || $cur == -* ]]; then
     COMPREPLY=($(compgen -W "$options" -- "$cur"))
   else

@@ -1,6 +1,7 @@
 /* A C host linked against the installed libwzss (pkg-config wzss): walks a
  * workbook through the entry points and prints each sheet's number, name and
- * count of cell items, as `sheet N "NAME" cells=C`. */
+ * count of cell items, as `sheet N "NAME" cells=C` (the name as the plug-in
+ * gives it, in the file's encoding). */
 #include <stdio.h>
 #include <stdlib.h>
 #include <wzss/reader_abi.h>

@@ -1,6 +1,7 @@
 // A C++ host built against the installed package (find_package(wzss CONFIG)):
 // loads the installed plug-in through the host kit and prints each sheet's
-// number, name and count of cell items, as `sheet N "NAME" cells=C`.
+// number, name and count of cell items, as `sheet N "NAME" cells=C`, the name
+// escaped as `wzss dump` escapes it.
 #include <cstdio>
 #include <variant>
 
@@ -19,7 +20,12 @@ struct CellCounter : host::SheetVisitor {
     return true;
   }
   void endSheet(const host::SheetInfo& sheet, const host::SheetStats&) override {
-    std::printf("sheet %u \"%s\" cells=%lu\n", sheet.number, sheet.name.c_str(), cells);
+    std::printf("sheet %u \"", sheet.number);
+    for (unsigned char c : sheet.name) {
+      if (c < 0x20 || c >= 0x7f) std::printf("\\x%02x", c);
+      else std::printf(c == '"' || c == '\\' ? "\\%c" : "%c", c);
+    }
+    std::printf("\" cells=%lu\n", cells);
   }
 };
 
@@ -29,7 +35,9 @@ int main(int argc, char** argv) {
   auto file = host::FileStream::open(argv[1]);
   if (!plugin.ok() || !file) return std::fprintf(stderr, "cannot load or open\n"), 1;
   host::Services services;
-  host::Walker walker(plugin.table(), file->get(), services.get(), {.readerFlags = 1});
+  host::WalkOptions options;
+  options.readerFlags = WZSS_READER_NO_OBJECTS;
+  host::Walker walker(plugin.table(), file->get(), services.get(), options);
   CellCounter counter;
   auto sheets = walker.open();
   auto walked = sheets ? walker.walkAll(counter) : host::Status(sheets.error());
