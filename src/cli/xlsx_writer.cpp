@@ -13,6 +13,7 @@
 #include <memory>
 #include <set>
 #include <tuple>
+#include <unordered_map>
 
 #include "cli/dump_format.h"
 #include "cli/html_writer.h"
@@ -202,7 +203,23 @@ struct StyleKey {
   bool wrap = false;
   std::string numberFormat;
 
-  auto operator<=>(const StyleKey&) const = default;
+  bool operator==(const StyleKey&) const = default;
+};
+
+// Number formats vary from cell to cell, so the cache is a hash table:
+// one string comparison per cell, not a dozen.
+struct StyleKeyHash {
+  size_t operator()(const StyleKey& k) const {
+    size_t h = std::hash<std::string>()(k.fontName) ^ (std::hash<std::string>()(k.numberFormat) << 1);
+    const auto mix = [&h](uint64_t v) { h = (h ^ v) * 0x100000001B3ull; };
+    mix(k.hasFont | k.bold << 1 | k.italic << 2 | k.underline << 3 | k.wrap << 4);
+    mix(k.fontSize);
+    mix(k.textColour);
+    mix(static_cast<uint64_t>(k.pattern) << 32 | k.horizontal << 8 | k.vertical);
+    mix(static_cast<uint64_t>(k.patternColour) << 32 | k.backgroundColour);
+    for (size_t i = 0; i < 4; ++i) mix(static_cast<uint64_t>(k.borders[i]) << 32 | k.borderColours[i]);
+    return h;
+  }
 };
 
 // A plain shade (pattern 0) shows one colour: the pattern colour mixed into
@@ -316,7 +333,7 @@ class FormatCache {
   lxw_workbook* book_;
   std::string defaultName_;
   uint32_t defaultSize_ = 0;
-  std::map<StyleKey, lxw_format*> formats_;
+  std::unordered_map<StyleKey, lxw_format*, StyleKeyHash> formats_;
   StyleKey lastKey_;
   lxw_format* last_ = nullptr;
 };
