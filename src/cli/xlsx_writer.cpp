@@ -283,15 +283,26 @@ class FormatCache {
     defaultSize_ = size;
   }
 
-  lxw_format* get(const StyleKey& key) {
-    if (last_ != nullptr && key == lastKey_) return last_;
-    auto [it, inserted] = formats_.try_emplace(key, nullptr);
-    if (inserted) it->second = make(key);
+  // The number of the key's format, kNoFormat when libxlsxwriter has no
+  // memory for one. Numbers are small, so a pending cell stays 24 bytes.
+  static constexpr uint32_t kNoFormat = UINT32_MAX;
+  uint32_t get(const StyleKey& key) {
+    if (last_ != kNoFormat && key == lastKey_) return last_;
+    auto [it, inserted] = numbers_.try_emplace(key, kNoFormat);
+    if (inserted) {
+      lxw_format* format = make(key);
+      if (format == nullptr) {
+        numbers_.erase(it);
+        return kNoFormat;
+      }
+      it->second = static_cast<uint32_t>(formats_.size());
+      formats_.push_back(format);
+    }
     lastKey_ = key;
     last_ = it->second;
     return last_;
   }
-  size_t size() const { return formats_.size(); }
+  lxw_format* at(uint32_t number) const { return formats_[number]; }
 
  private:
   lxw_format* make(const StyleKey& key) {
@@ -333,9 +344,10 @@ class FormatCache {
   lxw_workbook* book_;
   std::string defaultName_;
   uint32_t defaultSize_ = 0;
-  std::unordered_map<StyleKey, lxw_format*, StyleKeyHash> formats_;
+  std::unordered_map<StyleKey, uint32_t, StyleKeyHash> numbers_;
+  std::vector<lxw_format*> formats_;
   StyleKey lastKey_;
-  lxw_format* last_ = nullptr;
+  uint32_t last_ = kNoFormat;
 };
 
 // ---------------------------------------------------------------------------
@@ -375,7 +387,7 @@ bool inSpans(const std::vector<Run>& spans, uint32_t index) {
 struct PendingCell {
   uint32_t row;
   uint32_t column;
-  uint32_t format;  // index into the sheet's formats; top bit: has a line
+  uint32_t format;  // the FormatCache's number; top bit: has a line
   uint32_t length;  // text bytes; kNoText when the item had none
   uint64_t offset;  // into the sheet's texts
 };
@@ -410,9 +422,6 @@ class XlsxBuilder : public host::SheetVisitor {
     hiddenColumns_.clear();
     cells_.clear();
     texts_.clear();
-    sheetFormats_.clear();
-    formatIndex_.clear();
-    lastFormat_ = nullptr;
     notes_.clear();
     objects_ = 0;
     inOrder_ = true;
@@ -481,16 +490,10 @@ class XlsxBuilder : public host::SheetVisitor {
     host::TypedValue value;
     if (cell.text && key.hasFont) value = host::inferValue(*cell.text);
     if (value.type != host::ValueType::Text) key.numberFormat = value.format;
-    lxw_format* format = formats_.get(key);
-    if (format == nullptr) return fail("out of memory for a cell format");
-    if (format != lastFormat_) {
-      auto [it, inserted] =
-          formatIndex_.try_emplace(format, static_cast<uint32_t>(sheetFormats_.size()));
-      if (inserted) sheetFormats_.push_back(format);
-      lastFormat_ = format;
-      lastFormatIndex_ = it->second;
-    }
-    PendingCell pending{cell.row, cell.column, lastFormatIndex_, kNoText, texts_.size()};
+    const uint32_t format = formats_.get(key);
+    if (format == FormatCache::kNoFormat || format >= kHasLine)
+      return fail("out of memory for a cell format");
+    PendingCell pending{cell.row, cell.column, format, kNoText, texts_.size()};
     if (key.hasFont) pending.format |= kHasLine;
     if (value.type != host::ValueType::Text) {
       pending.length = kNumber;
@@ -614,7 +617,7 @@ class XlsxBuilder : public host::SheetVisitor {
       ++stats_.cellsLeftOut;
       return;
     }
-    lxw_format* format = sheetFormats_[cell.format & ~kHasLine];
+    lxw_format* format = formats_.at(cell.format & ~kHasLine);
     const lxw_row_t row = cell.row - 1;
     const auto column = static_cast<lxw_col_t>(cell.column - 1);
     ++stats_.cells;
@@ -680,11 +683,6 @@ class XlsxBuilder : public host::SheetVisitor {
   std::vector<PendingCell> cells_;
   std::string texts_;
   bool inOrder_ = true;
-  // The sheet's formats by small index, so a pending cell stays 24 bytes.
-  std::vector<lxw_format*> sheetFormats_;
-  std::map<lxw_format*, uint32_t> formatIndex_;
-  lxw_format* lastFormat_ = nullptr;
-  uint32_t lastFormatIndex_ = 0;
   std::vector<Note> notes_;
   uint32_t objects_ = 0;
 };
