@@ -102,15 +102,24 @@ std::optional<std::string> convertOne(const SSReaderInterface& table, const std:
     if (failed) return failed->empty() ? error : *failed;
     return std::nullopt;
   }
+  if (options.format == OutputFormat::Json) {
+    JsonOutcome outcome;
+    JsonOptions json = options.json;
+    json.encoding = options.encoding;
+    const bool written =
+        writeFileAtomically(output, workbookJson(table, input, json, &bytes, &outcome), &error);
+    warnings = outcome.warnings;
+    if (!outcome.walked) return outcome.walked.error().message;
+    if (!written) return error;
+    return std::nullopt;
+  }
   auto book = readWorkbook(table, input, options.encoding);
   if (!book) return book.error().message;
   warnings = book.value().warnings;
   switch (options.format) {
     case OutputFormat::Csv:
-    case OutputFormat::Xlsx: break;  // above
-    case OutputFormat::Json:
-      if (!writeFileAtomically(output, workbookJsonText(book.value()), &error)) return error;
-      break;
+    case OutputFormat::Xlsx:
+    case OutputFormat::Json: break;  // above
     case OutputFormat::Html:
       if (!writeFileAtomically(output, workbookHtml(book.value(), options.html), &error))
         return error;

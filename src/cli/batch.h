@@ -12,6 +12,7 @@
 
 #include "cli/csv_writer.h"
 #include "cli/html_writer.h"
+#include "cli/json_writer.h"
 #include "wzss/reader_abi.h"
 
 namespace wzss::cli {
@@ -24,6 +25,7 @@ struct BatchOptions {
   unsigned jobs = 1;
   std::string encoding;  // empty: each workbook's header names its own
   CsvOptions csv;
+  JsonOptions json;
   HtmlOptions html;
 };
 

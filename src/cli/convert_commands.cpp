@@ -23,9 +23,12 @@ namespace fs = std::filesystem;
 namespace wzss::cli {
 namespace {
 
+// Each piece is flushed, so a reader at the other end of a pipe sees the
+// first bytes as soon as they are made.
 bool writeStdout(const PieceProducer& content) {
   return content([](std::string_view piece) {
-           return std::fwrite(piece.data(), 1, piece.size(), stdout) == piece.size();
+           return std::fwrite(piece.data(), 1, piece.size(), stdout) == piece.size() &&
+                  std::fflush(stdout) == 0;
          }) &&
          std::fflush(stdout) == 0;
 }
@@ -161,6 +164,12 @@ ConvertCommands::ConvertCommands(CLI::App& app) {
                              "Write the whole workbook as one JSON document (docs/json-schema.md)");
   json_->add_option("FILE", file_, "Workbook file")->required();
   json_->add_option("-o,--output", output_, "Output file (default: stdout)");
+  const auto jsonOptions = [this](CLI::App* command) {
+    auto* lines = command->add_flag(
+        "--lines", lines_, "One JSON object per cell and line (NDJSON), each naming its sheet");
+    command->add_flag("--pretty", pretty_, "Indent the document by two blanks")->excludes(lines);
+  };
+  jsonOptions(json_);
 
   const auto titleOptions = [this](CLI::App* command) {
     command->add_option(
@@ -194,6 +203,7 @@ ConvertCommands::ConvertCommands(CLI::App& app) {
   convert_->add_option("-j,--jobs", jobs_, "Worker threads (default: one per processor)")
       ->check(CLI::PositiveNumber);
   convert_->add_flag("--keep-hidden", keepHidden_, "CSV: keep hidden rows and columns");
+  jsonOptions(convert_);
   titleOptions(convert_);
   convert_->add_option("FILES", files_, "Workbook files")->required();
   convert_->add_flag("--bom", bom_, "CSV: begin each file with a UTF-8 byte-order mark");
@@ -232,10 +242,18 @@ int ConvertCommands::runCsv(const SSReaderInterface& table) {
 }
 
 int ConvertCommands::runJson(const SSReaderInterface& table) {
-  auto book = readWorkbook(table, file_, encoding_);
-  if (!book) return fail(file_, book.error().message);
-  warn(file_, book.value().warnings);
-  return emit(output_, workbookJsonText(book.value()));
+  JsonOutcome outcome;
+  uint64_t bytes = 0;
+  const PieceProducer json =
+      workbookJson(table, file_, JsonOptions{lines_, pretty_, encoding_}, &bytes, &outcome);
+  const bool toStdout = output_.empty() || output_ == "-";
+  std::string error;
+  const bool written = toStdout ? writeStdout(json) : writeFileAtomically(output_, json, &error);
+  warn(file_, outcome.warnings);
+  if (!outcome.walked) return fail(file_, outcome.walked.error().message);
+  if (!written) return toStdout ? fail("stdout", "write error") : fail(output_, error);
+  if (!toStdout) fmt::print("{}\n", fs::absolute(output_).lexically_normal().string());
+  return kExitOk;
 }
 
 int ConvertCommands::runHtml(const SSReaderInterface& table) {
@@ -274,6 +292,7 @@ int ConvertCommands::runConvert(const SSReaderInterface& table) {
   options.csv.keepHidden = keepHidden_;
   options.csv.bom = bom_;
   options.csv.typedValues = values_ == "typed";
+  options.json = JsonOptions{lines_, pretty_, {}};
   options.html.titleRows = titleRows_;
   options.html.titleColumns = titleColumns_;
   std::error_code code;

@@ -54,6 +54,8 @@ class ConvertCommands {
   bool bom_ = false;
   std::string values_ = "display";
   std::string encoding_;
+  bool lines_ = false;
+  bool pretty_ = false;
   unsigned titleRows_ = 0;
   unsigned titleColumns_ = 0;
   std::string to_;

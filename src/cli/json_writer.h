@@ -1,20 +1,47 @@
-// The whole workbook as one JSON document. docs/json-schema.md describes
-// every member, and docs/wzss-workbook.schema.json states it formally;
-// change them together with this writer.
+// The workbook as JSON, written while the walk goes on: the document's head
+// as soon as the sheet list is known, each sheet as soon as it has been
+// read, so that no more than one sheet is ever held, and that in a compact
+// form (positions, texts and shared style fragments), never as a tree of
+// JSON values. docs/json-schema.md describes every member, and
+// docs/wzss-workbook.schema.json states it formally; change them together
+// with this writer.
 #pragma once
 
-#include <nlohmann/json.hpp>
-
 #include <string>
+#include <string_view>
 
-#include "cli/sheet_model.h"
+#include "cli/csv_writer.h"
+#include "wzss/host/walker.h"
+#include "wzss/reader_abi.h"
 
 namespace wzss::cli {
 
 inline constexpr int kJsonSchemaVersion = 1;
 
-nlohmann::ordered_json workbookJson(const WorkbookModel& book);
-// Indented by two blanks, with a final line feed.
-std::string workbookJsonText(const WorkbookModel& book);
+struct JsonOptions {
+  // One object per cell and line (NDJSON), each naming its sheet, instead
+  // of one document.
+  bool lines = false;
+  // The document indented by two blanks; the default is one compact line.
+  bool pretty = false;
+  // The encoding of the workbook's texts; empty: the one the header names.
+  std::string encoding;
+};
+
+struct JsonOutcome {
+  host::Status walked = std::monostate{};
+  std::vector<std::string> warnings;  // the walker's, for the user
+};
+
+// Appends text as a JSON string, quotes included. Bytes that are no UTF-8
+// become U+FFFD rather than failing the whole document.
+void appendJsonString(std::string& out, std::string_view text);
+
+// The JSON of the workbook at path, produced while the plug-in reads it:
+// for writeFileAtomically or standard output. *bytes receives the file's
+// size and *outcome the walk's status and warnings; when the walk failed,
+// that is what failed, not the writing.
+PieceProducer workbookJson(const SSReaderInterface& table, const std::string& path,
+                           const JsonOptions& options, uint64_t* bytes, JsonOutcome* outcome);
 
 }  // namespace wzss::cli

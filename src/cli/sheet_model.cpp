@@ -41,11 +41,17 @@ std::optional<uint32_t> sizeIn(const std::vector<Run>& runs, uint32_t index) {
   return std::nullopt;
 }
 
+}  // namespace
+
+bool isFormattedEmpty(const host::Cell& cell) { return cell.hasFont == 0 && !cell.text; }
+
+namespace {
+
 CellModel cellOf(const host::Cell& cell) {
   CellModel model;
   model.row = cell.row;
   model.column = cell.column;
-  model.formattedEmpty = cell.hasFont == 0 && !cell.text;
+  model.formattedEmpty = isFormattedEmpty(cell);
   model.fill = cell.fill;
   if (cell.hasBorder != 0) model.borders = cell.borders;
   if (model.formattedEmpty) return model;
@@ -57,7 +63,9 @@ CellModel cellOf(const host::Cell& cell) {
   return model;
 }
 
-ObjectModel objectOf(host::Object& object) {
+}  // namespace
+
+ObjectModel objectModelOf(host::Object& object) {
   ObjectModel model;
   model.topColumn = object.topColumn;
   model.topRow = object.topRow;
@@ -79,7 +87,6 @@ ObjectModel objectOf(host::Object& object) {
   return model;
 }
 
-}  // namespace
 
 Alignment decodeAlignment(uint16_t word) {
   Alignment a;
@@ -216,7 +223,7 @@ void SheetGatherer::add(host::Item& item) {
     Run run{columns->first, columns->last, columns->size};
     (run.size == 0 ? sheet.hiddenColumns : sheet.columnWidths).push_back(run);
   } else if (auto* object = std::get_if<host::Object>(&item)) {
-    sheet.objects.push_back(objectOf(*object));
+    sheet.objects.push_back(objectModelOf(*object));
   } else if (auto* cell = std::get_if<host::Cell>(&item)) {
     CellModel model = cellOf(*cell);
     auto [it, inserted] = sheet.cells.try_emplace({model.row, model.column}, model);

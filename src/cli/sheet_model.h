@@ -70,6 +70,12 @@ struct CellModel {
   std::optional<host::Borders> borders;
 };
 
+// A cell item without font and text: fill and border only.
+bool isFormattedEmpty(const host::Cell& cell);
+// An object item as the model keeps it; reads the content stream's size
+// text, so call it before the walker pulls the next item.
+ObjectModel objectModelOf(host::Object& object);
+
 struct SheetModel {
   host::SheetInfo info;
   host::Settings settings;
