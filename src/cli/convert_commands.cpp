@@ -16,7 +16,6 @@
 #include "cli/output_files.h"
 #include "cli/sheet_model.h"
 #include "cli/xlsx_writer.h"
-#include "wzss/host/text_encoding.h"
 
 namespace fs = std::filesystem;
 
@@ -50,42 +49,31 @@ int emit(const std::string& output, std::string_view content) {
   return emit(output, [content](const PieceWriter& write) { return write(content); });
 }
 
-// A sheet by exact name first (a sheet may be called "2"), then by number;
-// sheets.size() when there is none.
-size_t findSheet(const std::vector<host::SheetInfo>& sheets, const std::string& wanted) {
-  for (size_t i = 0; i < sheets.size(); ++i)
-    if (sheets[i].name == wanted) return i;
-  if (wanted.empty() || wanted.find_first_not_of("0123456789") != std::string::npos ||
-      wanted.size() > 9)
-    return sheets.size();
-  const size_t number = std::stoul(wanted);
-  return number >= 1 && number <= sheets.size() ? number - 1 : sheets.size();
-}
-
-// `wzss csv`: the sheet asked for, or a workbook's only sheet, to OUT or
-// stdout; every sheet of a larger workbook into the directory OUT. Which
-// one it is shows once the sheet list is known, before any sheet is read.
+// `wzss csv`: the sheet asked for, or the first sheet, to OUT or stdout,
+// with a note when other sheets were left out; with --all every sheet into
+// the directory OUT. Which one it is shows once the sheet list is known,
+// before any sheet is read.
 class CsvCommandSink : public CsvSink {
  public:
-  CsvCommandSink(const std::string& wanted, const std::string& output)
-      : wanted_(wanted), output_(output) {}
+  CsvCommandSink(const CommonOptions& common, const std::string& output, bool all)
+      : common_(common), output_(output), all_(all) {}
 
   bool begin(const std::vector<host::SheetInfo>& sheets) override {
-    if (!wanted_.empty()) {
-      target_ = findSheet(sheets, wanted_);
-      if (target_ == sheets.size())
-        refusal_ = fmt::format("no sheet \"{}\" (the workbook has {})", wanted_, sheets.size());
-    } else if (sheets.size() == 1) {
-      target_ = 0;
-    } else if (output_.empty() || output_ == "-") {
-      refusal_ =
-          fmt::format("the workbook has {} sheets: give --sheet, or -o DIR for one file per sheet",
-                      sheets.size());
-    } else {
+    if (all_) {
       directory_.emplace(output_);
       return directory_->begin(sheets);
     }
-    return refusal_.empty();
+    if (common_.sheet.empty()) {
+      if (sheets.size() > 1 && common_.showNotes())
+        note_ = fmt::format(
+            "wrote sheet 1 \"{}\" of {}; --sheet N|NAME for another, --all -o DIR for every sheet",
+            sheets[0].name, sheets.size());
+      return !sheets.empty();
+    }
+    const std::optional<size_t> found = findSheet(sheets, common_.sheet);
+    if (!found) refusal_ = noSuchSheet(common_.sheet, sheets.size());
+    target_ = found.value_or(0);
+    return found.has_value();
   }
   bool wants(const host::SheetInfo& info) override {
     return directory_.has_value() || info.number == target_ + 1;
@@ -105,14 +93,17 @@ class CsvCommandSink : public CsvSink {
         fmt::print("{}\n", fs::absolute(path).lexically_normal().string());
       return kExitOk;
     }
+    if (!note_.empty() && emitted_ == kExitOk) fmt::print(stderr, "wzss: {}: {}\n", file, note_);
     return emitted_.value_or(kExitOk);
   }
 
  private:
-  std::string wanted_;
+  const CommonOptions& common_;
   std::string output_;
+  bool all_;
   size_t target_ = 0;
   std::string refusal_;
+  std::string note_;
   std::optional<CsvDirectory> directory_;
   std::optional<int> emitted_;
 };
@@ -126,27 +117,19 @@ OutputFormat formatNamed(const std::string& name) {
 
 }  // namespace
 
-void addEncodingOption(CLI::App& command, std::string& encoding) {
-  const CLI::Validator known(
-      [](std::string& name) {
-        return host::encodingKnown(name) ? std::string() : "unknown encoding \"" + name + "\"";
-      },
-      "NAME");
-  command
-      .add_option("--encoding", encoding,
-                  "Encoding of the workbook's texts (default: the one its header names, "
-                  "else ISO-8859-1); any name iconv knows")
-      ->check(known);
-}
-
-ConvertCommands::ConvertCommands(CLI::App& app) {
+ConvertCommands::ConvertCommands(CLI::App& app, CommonOptions& common) : common_(common) {
   csv_ = app.add_subcommand(
-      "csv", "Write sheets as CSV (RFC 4180: CRLF, quoted fields) of their display texts");
-  csv_->add_option("FILE", file_, "Workbook file")->required();
-  csv_->add_option("--sheet", sheet_, "Only this sheet: its name, or its number counted from 1");
+      "csv",
+      "Write a sheet as CSV (RFC 4180: CRLF, quoted fields) of its display texts: the first "
+      "sheet unless --sheet or --all says otherwise (a note on stderr names the sheets left out)");
+  addInput(csv_, common);
+  auto* sheet = csv_->add_option("--sheet", common.sheet,
+                                 "Only this sheet: its name, or its number counted from 1");
   csv_->add_option("-o,--output", output_,
-                   "Output file for one sheet (default: stdout); for several sheets a directory "
-                   "that receives one file per sheet, named after the sheets");
+                   "Output file (default: stdout); with --all the directory that receives one "
+                   "file per sheet, named after the sheets");
+  csv_->add_flag("--all", all_, "Every sheet, one file each, into the directory -o DIR")
+      ->excludes(sheet);
   csv_->add_flag("--keep-hidden", keepHidden_,
                  "Keep hidden rows and columns (their cells come without text)");
   csv_->add_flag("--bom", bom_, "Begin each file with a UTF-8 byte-order mark");
@@ -162,7 +145,8 @@ ConvertCommands::ConvertCommands(CLI::App& app) {
 
   json_ = app.add_subcommand("json",
                              "Write the whole workbook as one JSON document (docs/json-schema.md)");
-  json_->add_option("FILE", file_, "Workbook file")->required();
+  addInput(json_, common);
+  addSheetOption(json_, common);
   json_->add_option("-o,--output", output_, "Output file (default: stdout)");
   const auto jsonOptions = [this](CLI::App* command) {
     auto* lines = command->add_flag(
@@ -180,13 +164,14 @@ ConvertCommands::ConvertCommands(CLI::App& app) {
   };
   html_ = app.add_subcommand("html",
                              "Write the workbook as one self-contained HTML page, a tab per sheet");
-  html_->add_option("FILE", file_, "Workbook file")->required();
+  addInput(html_, common);
+  addSheetOption(html_, common);
   html_->add_option("-o,--output", output_, "Output file (default: stdout)");
   titleOptions(html_);
 
   xlsx_ = app.add_subcommand(
       "xlsx", "Write the workbook as an XLSX file: a worksheet per sheet, with the cells' styles");
-  xlsx_->add_option("FILE", file_, "Workbook file")->required();
+  addInput(xlsx_, common);
   xlsx_->add_option("-o,--output", output_,
                     "Output file (default: stdout, when it is not a terminal)");
 
@@ -201,7 +186,7 @@ ConvertCommands::ConvertCommands(CLI::App& app) {
                    "for CSV a directory NAME with one file per sheet")
       ->required();
   convert_->add_option("-j,--jobs", jobs_, "Worker threads (default: one per processor)")
-      ->check(CLI::PositiveNumber);
+      ->check(positiveWhole());
   convert_->add_flag("--keep-hidden", keepHidden_, "CSV: keep hidden rows and columns");
   jsonOptions(convert_);
   titleOptions(convert_);
@@ -209,7 +194,7 @@ ConvertCommands::ConvertCommands(CLI::App& app) {
   convert_->add_flag("--bom", bom_, "CSV: begin each file with a UTF-8 byte-order mark");
   valuesOption(convert_);
   for (CLI::App* command : {csv_, json_, html_, xlsx_, convert_})
-    addEncodingOption(*command, encoding_);
+    addEncodingOption(command, common);
 }
 
 bool ConvertCommands::parsed() const {
@@ -227,39 +212,52 @@ int ConvertCommands::run(const SSReaderInterface& table) {
 }
 
 int ConvertCommands::runCsv(const SSReaderInterface& table) {
-  CsvCommandSink sink(sheet_, output_);
+  if (all_ && (output_.empty() || output_ == "-"))
+    return fail("csv", "--all writes one file per sheet: give the directory with -o DIR",
+                kExitUsage);
+  CsvCommandSink sink(common_, output_, all_);
   uint64_t bytes = 0;
   CsvOptions options;
   options.keepHidden = keepHidden_;
   options.bom = bom_;
-  options.encoding = encoding_;
+  options.encoding = common_.encoding;
   options.typedValues = values_ == "typed";
   std::vector<std::string> warnings;
-  auto walked = writeCsvSheets(table, file_, options, sink, &bytes, &warnings);
-  warn(file_, warnings);
-  if (!walked) return fail(file_, walked.error().message);
-  return sink.finish(file_);
+  auto walked = writeCsvSheets(table, common_.file, options, sink, &bytes, &warnings);
+  common_.warn(common_.file, warnings);
+  if (!walked) return fail(common_.file, walked.error().message);
+  return sink.finish(common_.file);
 }
 
 int ConvertCommands::runJson(const SSReaderInterface& table) {
   JsonOutcome outcome;
   uint64_t bytes = 0;
   const PieceProducer json =
-      workbookJson(table, file_, JsonOptions{lines_, pretty_, encoding_}, &bytes, &outcome);
+      workbookJson(table, common_.file, JsonOptions{lines_, pretty_, common_.encoding, common_.sheet},
+                   &bytes, &outcome);
   const bool toStdout = output_.empty() || output_ == "-";
   std::string error;
   const bool written = toStdout ? writeStdout(json) : writeFileAtomically(output_, json, &error);
-  warn(file_, outcome.warnings);
-  if (!outcome.walked) return fail(file_, outcome.walked.error().message);
+  common_.warn(common_.file, outcome.warnings);
+  if (!outcome.walked) return fail(common_.file, outcome.walked.error().message);
+  if (!outcome.refusal.empty()) return fail(common_.file, outcome.refusal, kExitUsage);
   if (!written) return toStdout ? fail("stdout", "write error") : fail(output_, error);
   if (!toStdout) fmt::print("{}\n", fs::absolute(output_).lexically_normal().string());
   return kExitOk;
 }
 
 int ConvertCommands::runHtml(const SSReaderInterface& table) {
-  auto book = readWorkbook(table, file_, encoding_);
-  if (!book) return fail(file_, book.error().message);
-  warn(file_, book.value().warnings);
+  auto book = readWorkbook(table, common_.file, common_.encoding);
+  if (!book) return fail(common_.file, book.error().message);
+  common_.warn(common_.file, book.value().warnings);
+  if (!common_.sheet.empty()) {
+    std::vector<SheetModel>& sheets = book.value().sheets;
+    std::vector<host::SheetInfo> infos;
+    for (const SheetModel& sheet : sheets) infos.push_back(sheet.info);
+    const std::optional<size_t> found = findSheet(infos, common_.sheet);
+    if (!found) return fail(common_.file, noSuchSheet(common_.sheet, infos.size()), kExitUsage);
+    sheets = {std::move(sheets[*found])};
+  }
   HtmlOptions options;
   options.titleRows = titleRows_;
   options.titleColumns = titleColumns_;
@@ -270,15 +268,15 @@ int ConvertCommands::runXlsx(const SSReaderInterface& table) {
   const bool toStdout = output_.empty() || output_ == "-";
   // A zip file is no text for a terminal.
   if (toStdout && isatty(STDOUT_FILENO))
-    return fail(file_, "stdout is a terminal: give -o OUT.xlsx, or redirect", kExitUsage);
+    return fail(common_.file, "stdout is a terminal: give -o OUT.xlsx, or redirect", kExitUsage);
   XlsxStats stats;
   int status = kExitOk;
   auto failed = convertToXlsx(
-      table, file_, encoding_,
+      table, common_.file, common_.encoding,
       [&](const PieceProducer& xlsx) { return (status = emit(output_, xlsx)) == kExitOk; },
       &stats);
-  warn(file_, stats.warnings);
-  if (failed && !failed->empty()) return fail(file_, *failed);
+  common_.warn(common_.file, stats.warnings);
+  if (failed && !failed->empty()) return fail(common_.file, *failed);
   if (status != kExitOk) return status;
   return kExitOk;
 }
@@ -288,20 +286,23 @@ int ConvertCommands::runConvert(const SSReaderInterface& table) {
   options.format = formatNamed(to_);
   options.outputDirectory = output_;
   options.jobs = jobs_ != 0 ? jobs_ : std::max(1u, std::thread::hardware_concurrency());
-  options.encoding = encoding_;
+  options.encoding = common_.encoding;
   options.csv.keepHidden = keepHidden_;
   options.csv.bom = bom_;
   options.csv.typedValues = values_ == "typed";
-  options.json = JsonOptions{lines_, pretty_, {}};
+  options.json = JsonOptions{lines_, pretty_, {}, {}};
   options.html.titleRows = titleRows_;
   options.html.titleColumns = titleColumns_;
   std::error_code code;
   fs::create_directories(output_, code);
   if (code) return fail(output_, "cannot create: " + code.message());
-  // The status line is for a person at a terminal, never for a log.
-  std::FILE* progress = isatty(STDERR_FILENO) ? stderr : nullptr;
-  const BatchReport report = runBatch(table, files_, options, progress);
-  std::fputs(batchSummary(report, files_.size()).c_str(), stderr);
+  std::FILE* progress = common_.showProgress() ? stderr : nullptr;
+  BatchReport report = runBatch(table, files_, options, progress);
+  if (!common_.showNotes()) report.warnings.clear();
+  // The failures are errors and always said; the summary is a note.
+  std::string said = batchSummary(report, files_.size());
+  if (!common_.showNotes()) said.erase(said.rfind('\n', said.size() - 2) + 1);  // the summary line
+  std::fputs(said.c_str(), stderr);
   return report.failures.empty() ? kExitOk : kExitFailure;
 }
 

@@ -1,8 +1,8 @@
 // The converter's subcommands of wzss:
 //
-//   wzss csv FILE [--sheet N|NAME] [-o OUT] [--keep-hidden] [--bom] [--values display|typed]
-//   wzss json FILE [-o OUT]
-//   wzss html FILE [-o OUT] [--title-rows N] [--title-columns N]
+//   wzss csv FILE [--sheet N|NAME | --all] [-o OUT] [--keep-hidden] [--bom] [--values display|typed]
+//   wzss json FILE [--sheet N|NAME] [-o OUT] [--lines | --pretty]
+//   wzss html FILE [--sheet N|NAME] [-o OUT] [--title-rows N] [--title-columns N]
 //   wzss xlsx FILE [-o OUT.xlsx]
 //   wzss convert --to csv|json|html|xlsx -o DIR [-j N] FILES...
 //
@@ -18,17 +18,15 @@
 #include <string>
 #include <vector>
 
+#include "cli/command_line.h"
 #include "wzss/reader_abi.h"
 
 namespace wzss::cli {
 
-// --encoding NAME on a subcommand; a name iconv does not know is a usage error.
-void addEncodingOption(CLI::App& command, std::string& encoding);
-
 class ConvertCommands {
  public:
-  // Registers the five subcommands on app.
-  explicit ConvertCommands(CLI::App& app);
+  // Registers the five subcommands on app, with the shared options in common.
+  ConvertCommands(CLI::App& app, CommonOptions& common);
   // True when one of them was given on the command line.
   bool parsed() const;
   // Runs the one that was given, through the plug-in's table.
@@ -47,13 +45,12 @@ class ConvertCommands {
   CLI::App* xlsx_;
   CLI::App* convert_;
 
-  std::string file_;
+  CommonOptions& common_;
   std::string output_;
-  std::string sheet_;
+  bool all_ = false;
   bool keepHidden_ = false;
   bool bom_ = false;
   std::string values_ = "display";
-  std::string encoding_;
   bool lines_ = false;
   bool pretty_ = false;
   unsigned titleRows_ = 0;

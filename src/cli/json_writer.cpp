@@ -387,8 +387,12 @@ class JsonStreamer : public host::SheetVisitor {
     options_.pretty = options_.pretty && !options_.lines;  // a line is one object
   }
 
-  void beginWorkbook(const std::vector<host::SheetInfo>&) override {
-    if (options_.lines) return;
+  void beginWorkbook(const std::vector<host::SheetInfo>& sheets) override {
+    if (!options_.sheet.empty()) {
+      only_ = findSheet(sheets, options_.sheet);
+      if (!only_) refusal_ = noSuchSheet(options_.sheet, sheets.size());
+    }
+    if (options_.lines || !refusal_.empty()) return;
     out_ = compact(Json{{"format", "wzss-workbook"},
                         {"schemaVersion", kJsonSchemaVersion},
                         {"file", fileName_},
@@ -396,7 +400,10 @@ class JsonStreamer : public host::SheetVisitor {
     out_.resize(out_.size() - 2);  // "]}": open for the sheets
     flush();  // the first bytes, at once
   }
-  bool wants(const host::SheetInfo&) override { return ok_; }
+  bool wants(const host::SheetInfo& info) override {
+    return ok_ && refusal_.empty() && (!only_ || info.number == *only_ + 1);
+  }
+  const std::string& refusal() const { return refusal_; }
   void beginSheet(const host::SheetInfo& info) override { sheet_.clear(info); }
   bool item(const host::SheetInfo&, host::Item& item) override {
     sheet_.add(item);
@@ -492,6 +499,8 @@ class JsonStreamer : public host::SheetVisitor {
   Indenter indenter_;
   SheetBuffer sheet_;
   int sheetsWritten_ = 0;
+  std::optional<size_t> only_;
+  std::string refusal_;
 };
 
 }  // namespace
@@ -517,7 +526,8 @@ PieceProducer workbookJson(const SSReaderInterface& table, const std::string& pa
     host::WalkOptions walk;
     walk.encoding = options.encoding;
     outcome->walked = walkWorkbookFile(table, path, streamer, bytes, walk, &outcome->warnings);
-    return outcome->walked.ok() && streamer.finish();
+    outcome->refusal = streamer.refusal();
+    return outcome->walked.ok() && outcome->refusal.empty() && streamer.finish();
   };
 }
 

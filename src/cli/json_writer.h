@@ -26,11 +26,14 @@ struct JsonOptions {
   bool pretty = false;
   // The encoding of the workbook's texts; empty: the one the header names.
   std::string encoding;
+  // Only this sheet (a name or a number from 1, see findSheet); empty: all.
+  std::string sheet;
 };
 
 struct JsonOutcome {
   host::Status walked = std::monostate{};
   std::vector<std::string> warnings;  // the walker's, for the user
+  std::string refusal;  // why nothing was written: the sheet asked for is not there
 };
 
 // Appends text as a JSON string, quotes included. Bytes that are no UTF-8
@@ -39,7 +42,8 @@ void appendJsonString(std::string& out, std::string_view text);
 
 // The JSON of the workbook at path, produced while the plug-in reads it:
 // for writeFileAtomically or standard output. *bytes receives the file's
-// size and *outcome the walk's status and warnings; when the walk failed,
+// size and *outcome the walk's status and warnings; when the walk failed or
+// refused,
 // that is what failed, not the writing.
 PieceProducer workbookJson(const SSReaderInterface& table, const std::string& path,
                            const JsonOptions& options, uint64_t* bytes, JsonOutcome* outcome);

@@ -1,14 +1,15 @@
 // wzss: reads a workbook through the plug-in and prints what it delivers.
 //
-//   wzss info FILE                  version and sheet list
-//   wzss dump FILE [--sheet N]      every item of every sheet (or of one)
-//   wzss objects FILE [--extract DIR]
+//   wzss info FILE [--json] [--verbose]   version and sheet list
+//   wzss dump FILE [--sheet N|NAME]        every item of every sheet (or of one)
+//   wzss objects FILE [--sheet N|NAME] [--extract DIR]
 //   wzss csv | json | html | convert   the converter (cli/convert_commands.h)
 //
 // Exit status: 0 success; 1 the file (or the plug-in) cannot be opened or is
 // not a workbook of this format, with one line on stderr; 2 usage errors.
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
+#include <nlohmann/json.hpp>
 
 #include <cstdio>
 #include <filesystem>
@@ -16,10 +17,12 @@
 #include <string>
 #include <unistd.h>
 
+#include "cli/command_line.h"
 #include "cli/convert_commands.h"
 #include "cli/dump_format.h"
 #include "cli/exit_status.h"
 #include "cli/plugin_lookup.h"
+#include "cli/sheet_model.h"
 #include "wzss/host/file_stream.h"
 #include "wzss/host/plugin.h"
 #include "wzss/host/services.h"
@@ -60,15 +63,15 @@ struct Workbook {
   std::unique_ptr<host::Walker> walker;
 };
 
-int openWorkbook(const host::Plugin& plugin, const std::string& path, const std::string& encoding,
-                 Workbook& book) {
+int openWorkbook(const host::Plugin& plugin, const CommonOptions& common, Workbook& book) {
+  const std::string& path = common.file;
   std::string error;
   book.file = host::FileStream::open(path, &error);
   if (!book.file) return fail(path, "cannot open: " + error);
   // Linked objects name their files relative to the workbook's folder.
   book.services.setBaseFolder(fs::path(path).parent_path().string());
   host::WalkOptions options;
-  options.encoding = encoding;
+  options.encoding = common.encoding;
   book.walker =
       std::make_unique<host::Walker>(plugin.table(), book.file->get(), book.services.get(), options);
   auto sheets = book.walker->open();
@@ -86,24 +89,71 @@ std::string readFirstBytes(const std::string& path, size_t count) {
 
 // The walker's warnings, once the workbook is done with (or given up).
 struct WarningsAtEnd {
-  const std::string& path;
+  const CommonOptions& common;
   const Workbook& book;
   ~WarningsAtEnd() {
-    if (book.walker) warn(path, book.walker->warnings());
+    if (book.walker) common.warn(common.file, book.walker->warnings());
   }
 };
 
-int runInfo(const host::Plugin& plugin, const std::string& path, const std::string& encoding,
+struct InfoOptions {
+  bool json = false;
+  bool verbose = false;  // the sheet list's fields as the plug-in gives them
+};
+
+void printInfoJson(const std::string& path, const std::string& digits,
+                   const std::vector<host::SheetInfo>& sheets, const InfoOptions& options,
+                   Output& out) {
+  nlohmann::ordered_json list = nlohmann::ordered_json::array();
+  for (const auto& sheet : sheets) {
+    nlohmann::ordered_json entry{{"number", sheet.number}, {"name", sheet.name}};
+    if (options.verbose) {
+      entry["nameLength"] = sheet.nameLength;
+      entry["kind"] = sheet.kind;
+      entry["view"] = sheet.viewPos;
+    }
+    list.push_back(std::move(entry));
+  }
+  const nlohmann::ordered_json document{{"file", fs::path(path).filename().string()},
+                                        {"version", digits},
+                                        {"versionCode", versionCode(digits)},
+                                        {"sheets", std::move(list)}};
+  out.line(document.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace));
+}
+
+int runInfo(const host::Plugin& plugin, const CommonOptions& common, const InfoOptions& options,
             Output& out) {
+  const std::string& path = common.file;
   Workbook book;
-  WarningsAtEnd warnings{path, book};
-  if (int status = openWorkbook(plugin, path, encoding, book); status != kExitOk) return status;
+  WarningsAtEnd warnings{common, book};
+  if (int status = openWorkbook(plugin, common, book); status != kExitOk) return status;
   constexpr size_t kHeaderBytes = 64;
   const std::string digits = headerVersion(readFirstBytes(path, kHeaderBytes));
+  const auto& sheets = book.walker->sheets();
+  if (options.json) {
+    printInfoJson(path, digits, sheets, options, out);
+    return kExitOk;
+  }
   out.line(fmt::format("version {} code {}", quoteText(digits), versionCode(digits)));
-  out.line(fmt::format("sheets {}", book.walker->sheets().size()));
-  for (const auto& sheet : book.walker->sheets()) out.line(sheetLine(sheet));
+  out.line(fmt::format("sheets {}", sheets.size()));
+  for (const auto& sheet : sheets)
+    out.line(options.verbose ? sheetLine(sheet)
+                             : fmt::format("sheet {} {}", sheet.number, quoteText(sheet.name)));
   return kExitOk;
+}
+
+// Walks the sheet named by --sheet, or every sheet.
+int walkChosen(Workbook& book, const std::string& path, const std::string& sheet,
+               host::SheetVisitor& visitor) {
+  const auto& sheets = book.walker->sheets();
+  if (sheet.empty()) {
+    auto walked = book.walker->walkAll(visitor);
+    return walked ? kExitOk : fail(path, walked.error().message);
+  }
+  const std::optional<size_t> index = findSheet(sheets, sheet);
+  if (!index) return fail(path, noSuchSheet(sheet, sheets.size()), kExitUsage);
+  auto walked = book.walker->walkSheet(*index, visitor);
+  return walked ? kExitOk : fail(path, walked.error().message);
 }
 
 class DumpVisitor : public host::SheetVisitor {
@@ -119,26 +169,12 @@ class DumpVisitor : public host::SheetVisitor {
   Output& out_;
 };
 
-int runDump(const host::Plugin& plugin, const std::string& path, const std::string& encoding,
-            int sheetNumber, Output& out) {
+int runDump(const host::Plugin& plugin, const CommonOptions& common, Output& out) {
   Workbook book;
-  WarningsAtEnd warnings{path, book};
-  if (int status = openWorkbook(plugin, path, encoding, book); status != kExitOk) return status;
+  WarningsAtEnd warnings{common, book};
+  if (int status = openWorkbook(plugin, common, book); status != kExitOk) return status;
   DumpVisitor visitor(out);
-  const auto& sheets = book.walker->sheets();
-  if (sheetNumber != 0) {
-    if (sheetNumber < 1 || static_cast<size_t>(sheetNumber) > sheets.size()) {
-      fmt::print(stderr, "wzss: {}: no sheet {} (the workbook has {})\n", path, sheetNumber,
-                 sheets.size());
-      return kExitUsage;
-    }
-    auto walked = book.walker->walkSheet(static_cast<size_t>(sheetNumber - 1), visitor);
-    if (!walked) return fail(path, walked.error().message);
-    return kExitOk;
-  }
-  auto walked = book.walker->walkAll(visitor);
-  if (!walked) return fail(path, walked.error().message);
-  return kExitOk;
+  return walkChosen(book, common.file, common.sheet, visitor);
 }
 
 // Lists the objects of each sheet; stops a sheet at its first cell, since
@@ -185,7 +221,7 @@ class ObjectVisitor : public host::SheetVisitor {
   std::string failedFile_;
 };
 
-int runObjects(const host::Plugin& plugin, const std::string& path, const std::string& encoding,
+int runObjects(const host::Plugin& plugin, const CommonOptions& common,
                const std::string& extractDir, Output& out) {
   if (!extractDir.empty()) {
     std::error_code error;
@@ -193,41 +229,44 @@ int runObjects(const host::Plugin& plugin, const std::string& path, const std::s
     if (error) return fail(extractDir, "cannot create: " + error.message());
   }
   Workbook book;
-  WarningsAtEnd warnings{path, book};
-  if (int status = openWorkbook(plugin, path, encoding, book); status != kExitOk) return status;
+  WarningsAtEnd warnings{common, book};
+  if (int status = openWorkbook(plugin, common, book); status != kExitOk) return status;
   ObjectVisitor visitor(out, extractDir);
-  auto walked = book.walker->walkAll(visitor);
+  const int status = walkChosen(book, common.file, common.sheet, visitor);
   if (!visitor.failedFile().empty()) return fail(visitor.failedFile(), "cannot write the drawing");
-  if (!walked) return fail(path, walked.error().message);
-  return kExitOk;
+  return status;
 }
 
 int run(int argc, char** argv) {
   CLI::App app{"wzss: reads a spreadsheet workbook through the wzss plug-in and prints "
                "what the plug-in delivers"};
   app.set_version_flag("--version", "wzss " WZSS_VERSION);
+  app.failure_message(usageMessage);
   std::string pluginPath;
   app.add_option("--plugin", pluginPath,
                  "The plug-in to load (default: $WZSS_PLUGIN, else the one installed with wzss)");
+  CommonOptions common;
+  addCommandOptions(app, common);
   app.require_subcommand(1);
 
-  std::string file;
-  int sheetNumber = 0;
+  InfoOptions infoOptions;
   std::string extractDir;
-  std::string encoding;
 
   CLI::App* info = app.add_subcommand("info", "Print the header version and the sheet list");
-  info->add_option("FILE", file, "Workbook file")->required();
+  addInput(info, common);
+  info->add_flag("--json", infoOptions.json, "One JSON object, for scripts");
+  info->add_flag("-v,--verbose", infoOptions.verbose,
+                 "Also the sheet list's raw fields (name length, kind, view position)");
   CLI::App* dump = app.add_subcommand("dump", "Print every item of every sheet, one per line");
-  dump->add_option("FILE", file, "Workbook file")->required();
-  dump->add_option("--sheet", sheetNumber, "Only this sheet (numbered from 1)")
-      ->check(CLI::PositiveNumber);
+  addInput(dump, common);
+  addSheetOption(dump, common);
   CLI::App* objects = app.add_subcommand("objects", "List the graphic objects of every sheet");
-  objects->add_option("FILE", file, "Workbook file")->required();
+  addInput(objects, common);
+  addSheetOption(objects, common);
   objects->add_option("--extract", extractDir,
                       "Write each drawing to DIR/<sheet>-<n>.txt, page-size line replaced");
-  for (CLI::App* command : {info, dump, objects}) addEncodingOption(*command, encoding);
-  ConvertCommands converter(app);
+  for (CLI::App* command : {info, dump, objects}) addEncodingOption(command, common);
+  ConvertCommands converter(app, common);
 
   try {
     app.parse(argc, argv);
@@ -246,11 +285,19 @@ int run(int argc, char** argv) {
   if (!lookup.plugin) return fail("plug-in", lookup.error);
   const host::Plugin& plugin = *lookup.plugin;
 
+  std::unique_ptr<StdinCopy> stdinCopy;
+  if (common.file == "-") {
+    std::string error;
+    stdinCopy = StdinCopy::make(&error);
+    if (!stdinCopy) return fail("-", error);
+    common.file = stdinCopy->path();
+  }
+
   Output out;
   int status = kExitOk;
-  if (info->parsed()) status = runInfo(plugin, file, encoding, out);
-  if (dump->parsed()) status = runDump(plugin, file, encoding, sheetNumber, out);
-  if (objects->parsed()) status = runObjects(plugin, file, encoding, extractDir, out);
+  if (info->parsed()) status = runInfo(plugin, common, infoOptions, out);
+  if (dump->parsed()) status = runDump(plugin, common, out);
+  if (objects->parsed()) status = runObjects(plugin, common, extractDir, out);
   if (converter.parsed()) status = converter.run(plugin.table());
   if (!out.flush() && status == kExitOk) return fail("stdout", "write error");
   return status;

@@ -234,6 +234,24 @@ void SheetGatherer::add(host::Item& item) {
   }
 }
 
+std::optional<size_t> findSheet(const std::vector<host::SheetInfo>& sheets,
+                                const std::string& wanted) {
+  for (size_t i = 0; i < sheets.size(); ++i)
+    if (sheets[i].name == wanted) return i;
+  constexpr size_t kMostDigits = 9;
+  if (wanted.empty() || wanted.size() > kMostDigits ||
+      wanted.find_first_not_of("0123456789") != std::string::npos)
+    return std::nullopt;
+  const size_t number = std::stoul(wanted);
+  if (number < 1 || number > sheets.size()) return std::nullopt;
+  return number - 1;
+}
+
+std::string noSuchSheet(const std::string& wanted, size_t sheetCount) {
+  return fmt::format("no sheet \"{}\" (the workbook has {}: give a name or a number from 1)",
+                     wanted, sheetCount);
+}
+
 host::Status walkWorkbookFile(const SSReaderInterface& table, const std::string& path,
                               host::SheetVisitor& visitor, uint64_t* bytes,
                               const host::WalkOptions& options,

@@ -112,6 +112,13 @@ struct WorkbookModel {
   std::vector<std::string> warnings;  // the walker's, for the user
 };
 
+// The sheet a --sheet option names: by exact name first (a sheet may be
+// called "2"), then by number from 1; nothing when there is none.
+std::optional<size_t> findSheet(const std::vector<host::SheetInfo>& sheets,
+                                const std::string& wanted);
+// Why findSheet found nothing, for the user.
+std::string noSuchSheet(const std::string& wanted, size_t sheetCount);
+
 // Opens the workbook at path and walks every sheet into visitor; *bytes
 // receives the file's size, *warnings (when given) the walker's warnings.
 // The table is only read, so any number of threads may walk workbooks

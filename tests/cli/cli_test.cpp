@@ -57,14 +57,14 @@ struct CommandRun {
   std::string err;
 };
 
-// Runs the built command with stdin closed; a hang fails the test through
-// timeout's status instead of blocking the suite.
-CommandRun wzss(const std::vector<std::string>& args) {
+// Runs the built command with stdin closed (or reading a file); a hang
+// fails the test through timeout's status instead of blocking the suite.
+CommandRun wzss(const std::vector<std::string>& args, const std::string& input = "/dev/null") {
   static const ScratchDir scratch;
   const fs::path out = scratch.path() / "stdout", err = scratch.path() / "stderr";
   std::string command = "timeout 120 '" WZSS_CLI_PATH "'";
   for (const std::string& arg : args) command += " '" + arg + "'";
-  command += " >'" + out.string() + "' 2>'" + err.string() + "' </dev/null";
+  command += " >'" + out.string() + "' 2>'" + err.string() + "' <'" + input + "'";
   const int raw = std::system(command.c_str());
   CommandRun run;
   run.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
@@ -77,7 +77,7 @@ struct ErrorCase {
   const char* name;
   std::vector<std::string> args;
   int status;              // 2 for a usage error, 1 for a file or plug-in that failed
-  std::string stderrPart;  // a usage error: within stderr; a failure: how its one line starts
+  std::string stderrPart;  // how stderr starts; a failure says no more than one line
 };
 
 class ErrorTest : public testing::TestWithParam<ErrorCase> {};
@@ -90,7 +90,7 @@ TEST_P(ErrorTest, ExitsWithItsStatusAndSaysWhy) {
   EXPECT_EQ(run.status, c.status) << run.err;
   EXPECT_TRUE(run.out.empty()) << run.out;
   if (c.status == 2) {
-    EXPECT_NE(run.err.find(c.stderrPart), std::string::npos) << run.err;
+    EXPECT_EQ(run.err.rfind(c.stderrPart, 0), 0u) << run.err;
   } else {
     EXPECT_EQ(run.err.rfind(c.stderrPart, 0), 0u) << run.err;
     EXPECT_EQ(linesOf(run.err).size(), 1u) << run.err;
@@ -104,24 +104,30 @@ std::string failure(const std::string& subject, const std::string& reason) {
 
 const std::string kNotAWorkbook = "not a workbook of this format";
 const std::string kSheetOption = "--sheet";
+const std::string kNoSheet = "wzss: " + kBudget + ": no sheet \"";
 
 INSTANTIATE_TEST_SUITE_P(
     Errors, ErrorTest,
     testing::Values(
-        ErrorCase{"noCommand", {}, 2, "subcommand is required"},
-        ErrorCase{"unknownCommand", {"frobnicate", kBudget}, 2, "subcommand is required"},
-        ErrorCase{"missingFileArgument", {"dump"}, 2, "FILE is required"},
-        ErrorCase{"unknownOption", {"info", kBudget, "--bogus"}, 2, "--bogus"},
-        ErrorCase{"unknownEncoding",
-                  {"csv", kBudget, "--encoding", "NO-SUCH"},
-                  2,
-                  "unknown encoding \"NO-SUCH\""},
-        ErrorCase{"sheetZero", {"dump", kBudget, kSheetOption, "0"}, 2, kSheetOption},
-        ErrorCase{"sheetNotANumber", {"dump", kBudget, kSheetOption, "two"}, 2, kSheetOption},
-        ErrorCase{"sheetOutsideTheList",
-                  {"dump", kBudget, kSheetOption, "3"},
-                  2,
-                  "no sheet 3 (the workbook has 2)"},
+        ErrorCase{"noCommand", {}, 2, "wzss: no command given (the commands: info, dump, "},
+        ErrorCase{"unknownCommand", {"frobnicate", kBudget}, 2, "wzss: unknown command \"frobnicate\""},
+        ErrorCase{"missingFileArgument", {"dump"}, 2, "wzss: FILE is required\n"},
+        ErrorCase{"unknownOption", {"info", kBudget, "--bogus"}, 2,
+                  "wzss: The following argument was not expected: --bogus\n"},
+        ErrorCase{"unknownEncoding", {"csv", kBudget, "--encoding", "NO-SUCH"}, 2,
+                  "wzss: --encoding: unknown encoding \"NO-SUCH\"\n"},
+        ErrorCase{"sheetZero", {"dump", kBudget, kSheetOption, "0"}, 2, kNoSheet + "0\""},
+        ErrorCase{"sheetNotAName", {"objects", kBudget, kSheetOption, "two"}, 2, kNoSheet + "two\""},
+        ErrorCase{"sheetOutsideTheList", {"json", kBudget, kSheetOption, "3"}, 2,
+                  kNoSheet + "3\" (the workbook has 2: give a name or a number from 1)\n"},
+        ErrorCase{"htmlSheet", {"html", kBudget, kSheetOption, "Nope"}, 2, kNoSheet + "Nope\""},
+        ErrorCase{"jobsZero", {"convert", "--to", "csv", "-o", "/tmp/x", "-j", "0", kBudget}, 2,
+                  "wzss: --jobs: \"0\" is not a whole number from 1\n"},
+        ErrorCase{"linesAndPretty", {"json", kBudget, "--lines", "--pretty"}, 2,
+                  "wzss: --lines excludes --pretty\n"},
+        ErrorCase{"allWithoutDirectory", {"csv", kBudget, "--all"}, 2,
+                  "wzss: csv: --all writes one file per sheet: give the directory with -o DIR\n"},
+        ErrorCase{"notAWorkbookOnStdin", {"info", "-"}, 1, "wzss: /"},
         ErrorCase{"missingFile",
                   {"dump", "/nonexistent/book.wzs"},
                   1,
@@ -150,9 +156,10 @@ TEST(CliTest, HelpAndVersionSucceedOnStdout) {
   EXPECT_EQ(version.out, "wzss " WZSS_VERSION "\n");
 }
 
-// Through a plug-in named on the command line.
+// Through a plug-in named on the command line; the raw fields with --verbose.
 TEST(CliTest, InfoPrintsTheVersionAndEverySheet) {
-  const CommandRun run = wzss({"--plugin", WZSS_PLUGIN_PATH, "info", kSamples + "/formats.wzs"});
+  const CommandRun run =
+      wzss({"--plugin", WZSS_PLUGIN_PATH, "info", kSamples + "/formats.wzs", "--verbose"});
   ASSERT_EQ(run.status, 0) << run.err;
   const std::vector<std::string> lines = linesOf(run.out);
   ASSERT_EQ(lines.size(), 6u) << run.out;
@@ -164,12 +171,51 @@ TEST(CliTest, InfoPrintsTheVersionAndEverySheet) {
   EXPECT_EQ(lines[5].rfind("sheet 4 \"Text\" nameLength=4 ", 0), 0u) << lines[5];
 }
 
+// What a script or a person sees: plain lines, JSON, standard input ("-"),
+// notes on stderr that --quiet silences (before or after the subcommand).
+TEST(CliTest, CommandLineHabits) {
+  const std::string budgetJson =
+      R"({"file":"budget.wzs","version":"440","versionCode":4,"sheets":[)"
+      R"({"number":1,"name":"Budget"},{"number":2,"name":"Sales"}]})"
+      "\n";
+  const std::string sales = wzss({"csv", kBudget, "--sheet", "2"}).out;
+  const struct {
+    std::vector<std::string> args;
+    std::string input, out, errStart;
+  } cases[] = {
+      {{"info", kBudget}, "/dev/null",
+       "version \"440\" code 4\nsheets 2\nsheet 1 \"Budget\"\nsheet 2 \"Sales\"\n", ""},
+      {{"info", kBudget, "--json"}, "/dev/null", budgetJson, ""},
+      {{"info", "-", "--json"}, kBudget,
+       budgetJson.substr(0, 9) + "stdin" + budgetJson.substr(19), ""},
+      {{"csv", "-", "--sheet", "Sales"}, kBudget, sales, ""},
+      {{"csv", kBudget}, "/dev/null", "",
+       "wzss: " + kBudget + ": wrote sheet 1 \"Budget\" of 2; --sheet N|NAME for another"},
+      {{"--quiet", "csv", kBudget}, "/dev/null", "", ""},
+      {{"csv", kBudget, "-q"}, "/dev/null", "", ""},
+  };
+  for (const auto& c : cases) {
+    const CommandRun run = wzss(c.args, c.input);
+    EXPECT_EQ(run.status, 0) << c.args[0] << " " << c.args[1] << run.err;
+    if (!c.out.empty()) {
+      EXPECT_EQ(run.out, c.out) << c.args[1];
+    }
+    EXPECT_EQ(run.err.rfind(c.errStart, 0), 0u) << c.args[1] << run.err;
+    if (c.errStart.empty()) {
+      EXPECT_EQ(run.err, "");
+    }
+  }
+}
+
 TEST(CliTest, DumpOfOneSheetIsThatSheetsPartOfTheWholeDump) {
   const CommandRun whole = wzss({"dump", kSamples + "/quarterly.wzs"});
   ASSERT_EQ(whole.status, 0) << whole.err;
   for (int sheet = 1; sheet <= 3; ++sheet) {
     const CommandRun one =
         wzss({"dump", kSamples + "/quarterly.wzs", "--sheet", std::to_string(sheet)});
+    if (sheet == 2) {  // by name as by number
+      EXPECT_EQ(wzss({"dump", kSamples + "/quarterly.wzs", "--sheet", "Regions"}).out, one.out);
+    }
     ASSERT_EQ(one.status, 0) << one.err;
     ASSERT_EQ(one.out.rfind("sheet " + std::to_string(sheet) + " ", 0), 0u);
     EXPECT_NE(whole.out.find(one.out), std::string::npos) << "sheet " << sheet;

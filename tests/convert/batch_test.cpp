@@ -133,7 +133,6 @@ TEST(ConvertCommand, ErrorsExitWithTheirStatusAndSayWhy) {
   } cases[] = {
       {"convert --to pdf -o /tmp/x " + styled, 2, "pdf"},
       {"convert --to html " + styled, 2, "--output"},
-      {"csv " + styled, 2, "give --sheet"},
       {"csv " + styled + " --sheet 3", 2, "no sheet \"3\""},
       {"html", 2, "FILE"},
       {"json /nonexistent/book.wzs", 1, "/nonexistent/book.wzs: cannot open"},
