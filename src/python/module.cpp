@@ -524,16 +524,26 @@ py::object convert(const PluginHandle& plugin, const std::string& path, const st
   if (to == "csv") return convertCsv(plugin, path, out, keepHidden, encoding);
   if (to == "xlsx") return convertXlsx(plugin, path, out, encoding);
   if (to != "json" && to != "html") throw py::value_error("to must be csv, json, html or xlsx");
-  std::optional<host::Result<cli::WorkbookModel>> book;
+  host::Status walked = std::monostate{};
   std::string text;
   {
     py::gil_scoped_release unlocked;
-    book.emplace(cli::readWorkbook(plugin.table(), path, encoding));
-    if (*book)
-      text = to == "json" ? cli::workbookJsonText(book->value())
-                          : cli::workbookHtml(book->value(), cli::HtmlOptions{});
+    if (to == "json") {
+      cli::JsonOutcome outcome;
+      uint64_t bytes = 0;
+      cli::workbookJson(plugin.table(), path, cli::JsonOptions{false, false, encoding, {}}, &bytes, &outcome)(
+          [&text](std::string_view piece) {
+            text += piece;
+            return true;
+          });
+      walked = outcome.walked;
+    } else if (auto book = cli::readWorkbook(plugin.table(), path, encoding)) {
+      text = cli::workbookHtml(book.value(), cli::HtmlOptions{});
+    } else {
+      walked = book.error();
+    }
   }
-  if (!*book) raiseWorkbookError(path, book->error().message);
+  if (!walked) raiseWorkbookError(path, walked.error().message);
   if (!out) return py::str(text);
   writeOrRaise(*out, text);
   return py::str(*out);
