@@ -9,6 +9,7 @@
 
 #include "cli/dump_format.h"
 #include "cli/sheet_model.h"
+#include "wzss/host/values.h"
 
 namespace wzss::cli {
 namespace {
@@ -105,6 +106,34 @@ void appendNumber(std::string& out, uint64_t value) {
   char digits[24];
   const auto end = std::to_chars(digits, digits + sizeof digits, value).ptr;
   out.append(digits, end);
+}
+
+const char* typeName(host::ValueType type) {
+  switch (type) {
+    case host::ValueType::Number: return "number";
+    case host::ValueType::Date: return "date";
+    case host::ValueType::Time: return "time";
+    case host::ValueType::DateTime: return "datetime";
+    case host::ValueType::Text: break;
+  }
+  return "text";
+}
+
+// "value" and "type" after a cell's text: the value the text shows, where
+// it fixes one exactly, as a JSON number or an ISO 8601 string.
+void appendTypedValue(std::string& out, std::string_view text) {
+  const host::TypedValue value = host::inferValue(text);
+  if (value.type == host::ValueType::Number) {
+    out += ",\"value\":";
+    out += host::plainText(value, text);
+  } else if (value.type != host::ValueType::Text) {
+    out += ",\"value\":\"";
+    out += host::isoText(value);
+    out += '"';
+  }
+  out += ",\"type\":\"";
+  out += typeName(value.type);
+  out += '"';
 }
 
 // Runs of hidden rows or columns, merged and sorted, asked once per cell.
@@ -465,10 +494,12 @@ class JsonStreamer : public host::SheetVisitor {
                   : "\",\"hidden\":false";
       if (withText) {
         out_ += ",\"text\":";
-        if (cell.textOffset == CellEntry::kNoText)
-          out_ += "null";
-        else
+        if (cell.textOffset == CellEntry::kNoText) {
+          out_ += "null,\"type\":\"text\"";
+        } else {
           appendJsonString(out_, sheet_.text(cell));
+          appendTypedValue(out_, sheet_.text(cell));
+        }
       }
       out_ += sheet_.style(cell);
       out_ += '}';

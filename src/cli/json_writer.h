@@ -16,7 +16,7 @@
 
 namespace wzss::cli {
 
-inline constexpr int kJsonSchemaVersion = 1;
+inline constexpr int kJsonSchemaVersion = 2;
 
 struct JsonOptions {
   // One object per cell and line (NDJSON), each naming its sheet, instead

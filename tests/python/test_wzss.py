@@ -37,8 +37,11 @@ def test_grids_hold_the_commands_csv_fields(workbooks, keep_hidden):
 def cell_as_json(cell: wzss.Cell) -> dict:
     side = lambda s: None if s is None else {"style": s.style, "color": s.color}  # noqa: E731
     fill = cell.fill
+    # A hidden cell has no text, so the JSON says "text" where Python says None.
+    value = {"value": cell.value} if cell.type == "number" else {}
     return {"row": cell.row, "column": cell.column, "address": cell.address, "text": cell.text,
-            "alignment": cell.alignment._asdict(), "font": cell.font._asdict(),
+            **value, "type": cell.type or "text", "alignment": cell.alignment._asdict(),
+            "font": cell.font._asdict(),
             "textColor": cell.text_color, "backColor": cell.back_color,
             "fill": fill and {"pattern": fill.pattern, "shadePercent": fill.shade_percent,
                               "patternColor": fill.pattern_color,
@@ -57,6 +60,8 @@ def test_cells_and_styles_equal_the_commands_json(workbooks):
                 expected = []
                 for cell in sheet["cells"]:
                     del cell["hidden"], cell["alignment"]["word"]
+                    if cell["type"] != "number":  # ISO texts here, objects in Python
+                        cell.pop("value", None)
                     if cell["fill"]:
                         cell["fill"].pop("shownColor", None)
                     expected.append(cell)
