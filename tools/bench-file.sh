@@ -85,7 +85,7 @@ for ((i = 0; i < runs; ++i)); do
   run_one floor "$bin/wzfloor" "$file"
   run_one walk "$bin/wzwalk" "$file"
   # All sheets: one CSV file per sheet into a scratch folder.
-  if [[ $have_csv -eq 1 ]]; then run_one csv "$bin/wzss" csv -o "$scratch/csv" "$file"; fi
+  if [[ $have_csv -eq 1 ]]; then run_one csv "$bin/wzss" csv --all -o "$scratch/csv" "$file"; fi
   if [[ $xlsx -eq 1 ]]; then TMPDIR="$scratch" run_one xlsx "$bin/wzss" xlsx -o "$scratch/out.xlsx" "$file"; fi
 done
 

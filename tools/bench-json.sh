@@ -27,7 +27,9 @@ file="$1"
 scratch="$(mktemp -d)"
 trap 'rm -rf "$scratch"' EXIT
 
-commands=("csv:$wzss csv $file -o $scratch/csv" "json:$wzss json $file")
+all=""
+if "$wzss" csv --help 2>/dev/null | grep -q -- --all; then all="--all"; fi
+commands=("csv:$wzss csv $all -o $scratch/csv $file" "json:$wzss json $file")
 if "$wzss" json --help 2>/dev/null | grep -q -- --lines; then
   commands+=("json --lines:$wzss json --lines $file")
 fi
