@@ -252,9 +252,10 @@ py::dict cellColumns(const CellTable& table, const std::string& path) {
       if (cell.hasText) {
         PyObject* text = utf8(sheet.text(cell));
         texts.set(i, text);
-        types.set(i, values.typeObject(cell.type));
         typed.set(i, values.value(cell.type, cell.number, text));
       }
+      // A cell without text (a hidden one) is a text cell without value, as in the JSON.
+      types.set(i, values.typeObject(cell.type));
       files.set(i, Py_NewRef(file.ptr()));
       ++i;
     }
@@ -368,7 +369,8 @@ py::tuple alignmentTuple(uint16_t word) {
 // (row, column, address, text, value, type, font, text colour, background
 // colour, fill, borders, alignment) per cell with its own line.
 py::tuple cellTuple(const cli::CellModel& cell, const ValueMaker& values) {
-  py::object text = py::none(), value = py::none(), type = py::none();
+  py::object text = py::none(), value = py::none();
+  py::object type = py::reinterpret_steal<py::object>(values.typeObject(host::ValueType::Text));
   if (cell.text) {
     text = utf8Object(*cell.text);
     const host::TypedValue typed = host::inferValue(*cell.text);
