@@ -86,7 +86,9 @@ std::optional<std::string> convertOne(const SSReaderInterface& table, const std:
     CsvDirectory directory(output);
     CsvOptions csv = options.csv;
     csv.encoding = options.encoding;
-    if (auto walked = writeCsvSheets(table, input, csv, directory, &bytes, &warnings); !walked)
+    if (auto walked =
+            writeCsvSheets(table, input, csv, directory, &bytes, &warnings, options.read);
+        !walked)
       return walked.error().message;
     if (!directory.error().empty()) return directory.error();
     return std::nullopt;
@@ -94,7 +96,7 @@ std::optional<std::string> convertOne(const SSReaderInterface& table, const std:
   if (options.format == OutputFormat::Xlsx) {
     XlsxStats stats;
     auto failed = convertToXlsx(
-        table, input, options.encoding,
+        table, input, options.encoding, options.read,
         [&](const PieceProducer& xlsx) { return writeFileAtomically(output, xlsx, &error); },
         &stats);
     bytes = stats.bytes;
@@ -106,6 +108,7 @@ std::optional<std::string> convertOne(const SSReaderInterface& table, const std:
     JsonOutcome outcome;
     JsonOptions json = options.json;
     json.encoding = options.encoding;
+    json.read = options.read;
     const bool written =
         writeFileAtomically(output, workbookJson(table, input, json, &bytes, &outcome), &error);
     warnings = outcome.warnings;
@@ -113,7 +116,7 @@ std::optional<std::string> convertOne(const SSReaderInterface& table, const std:
     if (!written) return error;
     return std::nullopt;
   }
-  auto book = readWorkbook(table, input, options.encoding);
+  auto book = readWorkbook(table, input, options.encoding, options.read);
   if (!book) return book.error().message;
   warnings = book.value().warnings;
   switch (options.format) {

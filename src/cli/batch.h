@@ -27,6 +27,7 @@ struct BatchOptions {
   CsvOptions csv;
   JsonOptions json;
   HtmlOptions html;
+  ReadOptions read;
 };
 
 struct BatchFailure {

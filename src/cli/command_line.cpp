@@ -8,6 +8,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <vector>
 
 #include "cli/exit_status.h"
@@ -72,6 +73,17 @@ void addCommandOptions(CLI::App& app, CommonOptions& options) {
   app.add_flag("-q,--quiet", options.quiet, "No progress line, no notes or warnings");
   app.add_flag("--no-progress", options.noProgress,
                "No progress line (shown only on a terminal anyway)");
+  app.add_option_function<std::string>(
+         "--linked-files",
+         [&options](const std::string& name) { options.read.linkedFiles = linkedFilesNamed(name); },
+         "Files a workbook's linked objects may open: folder (default: its own folder and the "
+         "folders below it), none, or a DIR beneath which they may reach")
+      ->check([](const std::string& value) -> std::string {
+        std::error_code code;
+        if (value == "folder" || value == "none" || std::filesystem::is_directory(value, code))
+          return "";
+        return "not folder, none or an existing folder: " + value;
+      });
   // The command's options are also taken after the subcommand.
   app.fallthrough();
 }

@@ -1,7 +1,7 @@
 // What the subcommands share on the command line, declared once: the input
 // (FILE, or "-" for standard input), --sheet for the subcommands that read
-// sheets, and --quiet and --no-progress, which belong to the command and may
-// stand before or after the subcommand. An option more than one subcommand
+// sheets, and --quiet, --no-progress and --linked-files, which belong to the
+// command and may stand before or after the subcommand. An option more than one subcommand
 // takes belongs here, so that it reads and behaves the same everywhere.
 #pragma once
 
@@ -11,6 +11,8 @@
 #include <string>
 #include <vector>
 
+#include "cli/sheet_model.h"
+
 namespace wzss::cli {
 
 struct CommonOptions {
@@ -19,6 +21,7 @@ struct CommonOptions {
   std::string encoding;  // of the workbook's texts; empty: the one its header names
   bool quiet = false;
   bool noProgress = false;
+  ReadOptions read;  // --linked-files
 
   // A progress line is for a person watching a terminal, never for a log.
   bool showProgress() const;
@@ -28,7 +31,7 @@ struct CommonOptions {
   void warn(const std::string& subject, const std::vector<std::string>& warnings) const;
 };
 
-// --quiet and --no-progress on the command itself.
+// --quiet, --no-progress and --linked-files on the command itself.
 void addCommandOptions(CLI::App& app, CommonOptions& options);
 // FILE, where "-" reads standard input.
 void addInput(CLI::App* command, CommonOptions& options);

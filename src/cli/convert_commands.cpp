@@ -223,7 +223,7 @@ int ConvertCommands::runCsv(const SSReaderInterface& table) {
   options.encoding = common_.encoding;
   options.typedValues = values_ == "typed";
   std::vector<std::string> warnings;
-  auto walked = writeCsvSheets(table, common_.file, options, sink, &bytes, &warnings);
+  auto walked = writeCsvSheets(table, common_.file, options, sink, &bytes, &warnings, common_.read);
   common_.warn(common_.file, warnings);
   if (!walked) return fail(common_.file, walked.error().message);
   return sink.finish(common_.file);
@@ -233,7 +233,7 @@ int ConvertCommands::runJson(const SSReaderInterface& table) {
   JsonOutcome outcome;
   uint64_t bytes = 0;
   const PieceProducer json =
-      workbookJson(table, common_.file, JsonOptions{lines_, pretty_, common_.encoding, common_.sheet},
+      workbookJson(table, common_.file, JsonOptions{lines_, pretty_, common_.encoding, common_.sheet, common_.read},
                    &bytes, &outcome);
   const bool toStdout = output_.empty() || output_ == "-";
   std::string error;
@@ -247,7 +247,7 @@ int ConvertCommands::runJson(const SSReaderInterface& table) {
 }
 
 int ConvertCommands::runHtml(const SSReaderInterface& table) {
-  auto book = readWorkbook(table, common_.file, common_.encoding);
+  auto book = readWorkbook(table, common_.file, common_.encoding, common_.read);
   if (!book) return fail(common_.file, book.error().message);
   common_.warn(common_.file, book.value().warnings);
   if (!common_.sheet.empty()) {
@@ -272,7 +272,7 @@ int ConvertCommands::runXlsx(const SSReaderInterface& table) {
   XlsxStats stats;
   int status = kExitOk;
   auto failed = convertToXlsx(
-      table, common_.file, common_.encoding,
+      table, common_.file, common_.encoding, common_.read,
       [&](const PieceProducer& xlsx) { return (status = emit(output_, xlsx)) == kExitOk; },
       &stats);
   common_.warn(common_.file, stats.warnings);
@@ -290,9 +290,10 @@ int ConvertCommands::runConvert(const SSReaderInterface& table) {
   options.csv.keepHidden = keepHidden_;
   options.csv.bom = bom_;
   options.csv.typedValues = values_ == "typed";
-  options.json = JsonOptions{lines_, pretty_, {}, {}};
+  options.json = JsonOptions{lines_, pretty_, {}, {}, {}};
   options.html.titleRows = titleRows_;
   options.html.titleColumns = titleColumns_;
+  options.read = common_.read;
   std::error_code code;
   fs::create_directories(output_, code);
   if (code) return fail(output_, "cannot create: " + code.message());

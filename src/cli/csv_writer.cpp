@@ -439,12 +439,12 @@ std::string csvText(const SheetModel& sheet, const CsvOptions& options) {
 
 host::Status writeCsvSheets(const SSReaderInterface& table, const std::string& path,
                             const CsvOptions& options, CsvSink& sink, uint64_t* bytes,
-                            std::vector<std::string>* warnings) {
+                            std::vector<std::string>* warnings, const ReadOptions& read) {
   CsvStreamer streamer(options, sink);
   host::WalkOptions walk;
   walk.cellStyles = false;  // a CSV shows texts only
   walk.encoding = options.encoding;
-  return walkWorkbookFile(table, path, streamer, bytes, walk, warnings);
+  return walkWorkbookFile(table, path, streamer, bytes, walk, warnings, read);
 }
 
 }  // namespace wzss::cli

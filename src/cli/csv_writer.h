@@ -246,6 +246,7 @@ class CsvSink {
 // error, if any: what the sink refuses is the sink's to tell.
 host::Status writeCsvSheets(const SSReaderInterface& table, const std::string& path,
                             const CsvOptions& options, CsvSink& sink, uint64_t* bytes,
-                            std::vector<std::string>* warnings = nullptr);
+                            std::vector<std::string>* warnings = nullptr,
+                            const ReadOptions& read = {});
 
 }  // namespace wzss::cli

@@ -556,7 +556,7 @@ PieceProducer workbookJson(const SSReaderInterface& table, const std::string& pa
     JsonStreamer streamer(std::filesystem::path(path).filename().string(), options, write);
     host::WalkOptions walk;
     walk.encoding = options.encoding;
-    outcome->walked = walkWorkbookFile(table, path, streamer, bytes, walk, &outcome->warnings);
+    outcome->walked = walkWorkbookFile(table, path, streamer, bytes, walk, &outcome->warnings, options.read);
     outcome->refusal = streamer.refusal();
     return outcome->walked.ok() && outcome->refusal.empty() && streamer.finish();
   };

@@ -28,6 +28,7 @@ struct JsonOptions {
   std::string encoding;
   // Only this sheet (a name or a number from 1, see findSheet); empty: all.
   std::string sheet;
+  ReadOptions read;
 };
 
 struct JsonOutcome {

@@ -70,6 +70,7 @@ int openWorkbook(const host::Plugin& plugin, const CommonOptions& common, Workbo
   if (!book.file) return fail(path, "cannot open: " + error);
   // Linked objects name their files relative to the workbook's folder.
   book.services.setBaseFolder(fs::path(path).parent_path().string());
+  book.services.setLinkedFiles(common.read.linkedFiles);
   host::WalkOptions options;
   options.encoding = common.encoding;
   book.walker =

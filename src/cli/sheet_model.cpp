@@ -252,10 +252,16 @@ std::string noSuchSheet(const std::string& wanted, size_t sheetCount) {
                      wanted, sheetCount);
 }
 
+host::LinkedFiles linkedFilesNamed(const std::string& name) {
+  if (name == "folder") return {};
+  if (name == "none") return host::LinkedFiles::none();
+  return host::LinkedFiles::beneath(name);
+}
+
 host::Status walkWorkbookFile(const SSReaderInterface& table, const std::string& path,
                               host::SheetVisitor& visitor, uint64_t* bytes,
-                              const host::WalkOptions& options,
-                              std::vector<std::string>* warnings) {
+                              const host::WalkOptions& options, std::vector<std::string>* warnings,
+                              const ReadOptions& read) {
   std::string error;
   std::unique_ptr<host::FileStream> file = host::FileStream::open(path, &error);
   if (!file) return host::WalkError{host::WalkErrorKind::NotAWorkbook, "cannot open: " + error};
@@ -263,6 +269,7 @@ host::Status walkWorkbookFile(const SSReaderInterface& table, const std::string&
   host::Services services;
   // Linked objects name their files relative to the workbook's folder.
   services.setBaseFolder(std::filesystem::path(path).parent_path().string());
+  services.setLinkedFiles(read.linkedFiles);
   host::Walker walker(table, file->get(), services.get(), options);
   auto sheets = walker.open();
   host::Status walked = sheets ? walker.walkAll(visitor) : host::Status(sheets.error());
@@ -271,12 +278,13 @@ host::Status walkWorkbookFile(const SSReaderInterface& table, const std::string&
 }
 
 host::Result<WorkbookModel> readWorkbook(const SSReaderInterface& table, const std::string& path,
-                                         const std::string& encoding) {
+                                         const std::string& encoding, const ReadOptions& read) {
   SheetGatherer gatherer;
   WorkbookModel book;
   host::WalkOptions options;
   options.encoding = encoding;
-  if (auto walked = walkWorkbookFile(table, path, gatherer, &book.bytes, options, &book.warnings);
+  if (auto walked =
+          walkWorkbookFile(table, path, gatherer, &book.bytes, options, &book.warnings, read);
       !walked)
     return walked.error();
   book.path = path;

@@ -15,6 +15,7 @@
 #include <utility>
 #include <vector>
 
+#include "wzss/host/services.h"
 #include "wzss/host/walker.h"
 #include "wzss/reader_abi.h"
 
@@ -119,6 +120,15 @@ std::optional<size_t> findSheet(const std::vector<host::SheetInfo>& sheets,
 // Why findSheet found nothing, for the user.
 std::string noSuchSheet(const std::string& wanted, size_t sheetCount);
 
+// What the command asks of every workbook it reads, whatever it writes.
+struct ReadOptions {
+  host::LinkedFiles linkedFiles;  // the files linked objects may open
+};
+
+// The policy --linked-files names: "folder" (the workbook's own), "none",
+// or any other text as the folder beneath which links may reach.
+host::LinkedFiles linkedFilesNamed(const std::string& name);
+
 // Opens the workbook at path and walks every sheet into visitor; *bytes
 // receives the file's size, *warnings (when given) the walker's warnings.
 // The table is only read, so any number of threads may walk workbooks
@@ -126,14 +136,16 @@ std::string noSuchSheet(const std::string& wanted, size_t sheetCount);
 host::Status walkWorkbookFile(const SSReaderInterface& table, const std::string& path,
                               host::SheetVisitor& visitor, uint64_t* bytes,
                               const host::WalkOptions& options = {},
-                              std::vector<std::string>* warnings = nullptr);
+                              std::vector<std::string>* warnings = nullptr,
+                              const ReadOptions& read = {});
 
 // Reads the whole workbook at path through the plug-in's table: every sheet
 // walked to its end, its texts read in `encoding` (empty: the header's).
 // The table is only read, so any number of threads may read workbooks
 // through one table at the same time.
 host::Result<WorkbookModel> readWorkbook(const SSReaderInterface& table, const std::string& path,
-                                         const std::string& encoding = {});
+                                         const std::string& encoding = {},
+                                         const ReadOptions& read = {});
 
 // Gathers items into a sheet model; readWorkbook uses it, and tests can
 // feed it items directly.

@@ -752,7 +752,7 @@ std::vector<std::string> worksheetNames(const std::vector<std::string>& sheetNam
 }
 
 std::optional<std::string> convertToXlsx(const SSReaderInterface& table, const std::string& input,
-                                         const std::string& encoding,
+                                         const std::string& encoding, const ReadOptions& read,
                                          const std::function<bool(const PieceProducer&)>& deliver,
                                          XlsxStats* stats) {
   TemporaryFile temporary;
@@ -768,7 +768,7 @@ std::optional<std::string> convertToXlsx(const SSReaderInterface& table, const s
   host::WalkOptions walkOptions;
   walkOptions.encoding = encoding;
   const host::Status walked =
-      walkWorkbookFile(table, input, builder, &stats->bytes, walkOptions, &stats->warnings);
+      walkWorkbookFile(table, input, builder, &stats->bytes, walkOptions, &stats->warnings, read);
   // Closing writes the file and frees the workbook, also after a failure.
   const lxw_error closed = workbook_close(book);
   if (!walked) return walked.error().message;

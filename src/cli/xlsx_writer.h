@@ -47,14 +47,15 @@ struct XlsxStats {
 // ignoring case (later ones get " (2)", " (3)", ...).
 std::vector<std::string> worksheetNames(const std::vector<std::string>& sheetNames);
 
-// Reads the workbook at input, its texts in encoding (empty: the header's),
+// Reads the workbook at input, its texts in encoding (empty: the header's)
+// and its linked files as read allows,
 // and builds its XLSX in a temporary file (in
 // TMPDIR, or /tmp), which deliver receives in pieces, e.g. to
 // writeFileAtomically or to stdout; the temporary file is removed afterwards.
 // The reason of a failure, or nothing; a failure of deliver is reported by
 // deliver itself and gives "" here.
 std::optional<std::string> convertToXlsx(const SSReaderInterface& table, const std::string& input,
-                                         const std::string& encoding,
+                                         const std::string& encoding, const ReadOptions& read,
                                          const std::function<bool(const PieceProducer&)>& deliver,
                                          XlsxStats* stats);
 

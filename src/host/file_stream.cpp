@@ -4,33 +4,130 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
+#include <string_view>
+#include <system_error>
+#include <utility>
 
 namespace wzss::host {
 namespace {
 constexpr uint32_t kBufferSize = 64 * 1024;
+
+// A descriptor that is closed when it goes out of scope.
+class Descriptor {
+ public:
+  explicit Descriptor(int fd = -1) : fd_(fd) {}
+  Descriptor(Descriptor&& other) noexcept : fd_(std::exchange(other.fd_, -1)) {}
+  Descriptor& operator=(Descriptor&& other) noexcept {
+    std::swap(fd_, other.fd_);
+    return *this;
+  }
+  ~Descriptor() {
+    if (fd_ >= 0) ::close(fd_);
+  }
+  int get() const { return fd_; }
+  int release() { return std::exchange(fd_, -1); }
+
+ private:
+  int fd_;
+};
+
+// Directories on the way are opened only to be searched: O_PATH needs no
+// read permission on them, as a path lookup needs none.
+#ifdef O_PATH
+constexpr int kSearchOnly = O_PATH;
+#else
+constexpr int kSearchOnly = O_RDONLY;
+#endif
+// Nothing the workbook names may become our terminal, nor make us wait for
+// a FIFO's writer.
+constexpr int kFileFlags = O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK;
+
+std::string errnoText() { return std::error_code(errno, std::generic_category()).message(); }
+
+std::vector<std::string_view> namesOf(std::string_view path) {
+  std::vector<std::string_view> names;
+  for (size_t start = 0;;) {
+    const size_t slash = path.find('/', start);
+    names.push_back(path.substr(start, slash == std::string_view::npos ? slash : slash - start));
+    if (slash == std::string_view::npos) return names;
+    start = slash + 1;
+  }
 }
 
+}  // namespace
+
 std::unique_ptr<FileStream> FileStream::open(const std::string& path, std::string* error) {
-  const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  const int fd = ::open(path.c_str(), kFileFlags);
   if (fd < 0) {
-    if (error) *error = std::strerror(errno);
+    if (error) *error = errnoText();
     return nullptr;
   }
+  return adopt(fd, error);
+}
+
+// The file behind fd, or null (fd closed) when it is no regular file or too large.
+std::unique_ptr<FileStream> FileStream::adopt(int fd, std::string* error) {
+  Descriptor owned(fd);
   struct stat info {};
   if (::fstat(fd, &info) != 0 || !S_ISREG(info.st_mode)) {
     if (error) *error = S_ISDIR(info.st_mode) ? "is a directory" : "not a regular file";
-    ::close(fd);
     return nullptr;
   }
   if (static_cast<uint64_t>(info.st_size) > UINT32_MAX) {
     if (error) *error = "file of 4 GiB or more: stream positions are 32-bit";
-    ::close(fd);
     return nullptr;
   }
-  return std::unique_ptr<FileStream>(new FileStream(fd, static_cast<uint32_t>(info.st_size)));
+  return std::unique_ptr<FileStream>(
+      new FileStream(owned.release(), static_cast<uint32_t>(info.st_size)));
+}
+
+std::unique_ptr<FileStream> FileStream::openBeneath(const std::string& folder,
+                                                    const std::string& relative,
+                                                    std::string* error) {
+  const auto refuse = [error](std::string why) -> std::unique_ptr<FileStream> {
+    if (error) *error = std::move(why);
+    return nullptr;
+  };
+  if (relative.empty() || relative.front() == '/') return refuse("not a path inside the folder");
+  // The folders from the allowed one down to where we are; ".." pops one.
+  std::vector<Descriptor> way;
+  way.emplace_back(::open(folder.c_str(), kSearchOnly | O_DIRECTORY | O_CLOEXEC));
+  if (way.back().get() < 0) return refuse(folder + ": " + errnoText());
+  const std::vector<std::string_view> names = namesOf(relative);
+  for (size_t i = 0; i + 1 < names.size(); ++i) {
+    const std::string name(names[i]);
+    if (name.empty() || name == ".") continue;
+    if (name == "..") {
+      if (way.size() == 1) return refuse("leads outside the folder");
+      way.pop_back();
+      continue;
+    }
+    Descriptor next(::openat(way.back().get(), name.c_str(),
+                             kSearchOnly | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    struct stat info {};
+    if (next.get() < 0 || ::fstat(next.get(), &info) != 0 || !S_ISDIR(info.st_mode))
+      return refuse(name + ": no folder of its own (a link, a file or missing)");
+    way.push_back(std::move(next));
+  }
+  const std::string last(names.back());
+  if (last.empty() || last == "." || last == "..") return refuse("names a folder");
+  // Look before opening, so a FIFO or a device is never opened; the
+  // descriptor is then checked to be that same file.
+  struct stat seen {};
+  if (::fstatat(way.back().get(), last.c_str(), &seen, AT_SYMLINK_NOFOLLOW) != 0)
+    return refuse(last + ": " + errnoText());
+  if (!S_ISREG(seen.st_mode)) return refuse(last + ": not a regular file");
+  const int fd = ::openat(way.back().get(), last.c_str(), kFileFlags | O_NOFOLLOW);
+  if (fd < 0) return refuse(last + ": " + errnoText());
+  struct stat opened {};
+  if (::fstat(fd, &opened) != 0 || opened.st_dev != seen.st_dev || opened.st_ino != seen.st_ino) {
+    ::close(fd);
+    return refuse(last + ": replaced while it was opened");
+  }
+  return adopt(fd, error);
 }
 
 StreamInterface* FileStream::release(std::unique_ptr<FileStream> stream) {

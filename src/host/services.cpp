@@ -4,10 +4,14 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
+#include <optional>
 
 #include "wzss/host/file_stream.h"
 
 namespace wzss::host {
+
+namespace fs = std::filesystem;
 
 // Each block carries its size in front, so Free and Realloc can account
 // bytes without a side table. 16 bytes keep the payload max-aligned. A block
@@ -55,10 +59,6 @@ Services::Services() {
   services_.allocator.Realloc = &Services::realloc;
   services_.allocator.Calloc = &Services::calloc;
   services_.OpenFile = &Services::openFile;
-  opener_ = [](const std::string& path) -> StreamInterface* {
-    auto stream = FileStream::open(path);
-    return stream ? FileStream::release(std::move(stream)) : nullptr;
-  };
 }
 
 Services::~Services() {
@@ -180,10 +180,59 @@ void* Services::realloc(HostAllocator* allocator, void* block, uint32_t size) {
 StreamInterface* Services::openFile(HostServices* services, const char* path, const char*) {
   if (path == nullptr) return nullptr;
   auto& s = *static_cast<Services*>(services->allocator.context);
-  std::string resolved = path;
-  if (!resolved.empty() && resolved.front() != '/' && !s.baseFolder_.empty())
-    resolved = s.baseFolder_ + "/" + resolved;
-  return s.opener_ ? s.opener_(resolved) : nullptr;
+  if (!s.opener_) return s.openLinked(path);
+  std::string joined = path;
+  if (!joined.empty() && joined.front() != '/' && !s.baseFolder_.empty())
+    joined = s.baseFolder_ + "/" + joined;
+  return s.opener_(joined);
+}
+
+namespace {
+
+// The names of inner after those of outer, when inner lies beneath outer
+// (both absolute and without "." or ".." among outer's names).
+std::optional<fs::path> beneath(const fs::path& outer, const fs::path& inner) {
+  auto in = inner.begin();
+  for (const fs::path& name : outer) {
+    if (name.empty()) continue;  // a trailing slash
+    if (in == inner.end() || *in != name) return std::nullopt;
+    ++in;
+  }
+  fs::path rest;
+  for (; in != inner.end(); ++in) rest /= *in;
+  return rest;
+}
+
+std::optional<fs::path> realFolder(const std::string& folder) {
+  std::error_code error;
+  fs::path real = fs::canonical(folder, error);
+  if (error) return std::nullopt;
+  return real;
+}
+
+}  // namespace
+
+// The policy's folder and the path's place beneath it are found on the
+// real paths of the folders; the file itself is then reached from the
+// folder's descriptor by FileStream::openBeneath, which refuses links.
+StreamInterface* Services::openLinked(const std::string& path) const {
+  if (linkedFiles_.scope == LinkedFiles::Scope::None || path.empty()) return nullptr;
+  const std::string& allowed =
+      linkedFiles_.scope == LinkedFiles::Scope::Folder ? linkedFiles_.folder : baseFolder_;
+  if (allowed.empty()) return nullptr;
+  const std::optional<fs::path> root = realFolder(allowed);
+  if (!root) return nullptr;
+  std::optional<fs::path> place;
+  if (path.front() == '/') {
+    place = beneath(*root, path);
+  } else if (!baseFolder_.empty()) {
+    const std::optional<fs::path> start = realFolder(baseFolder_);
+    if (start) place = beneath(*root, *start);
+    if (place) place = *place / path;
+  }
+  if (!place) return nullptr;
+  auto stream = FileStream::openBeneath(root->string(), place->string());
+  return stream ? FileStream::release(std::move(stream)) : nullptr;
 }
 
 }  // namespace wzss::host

@@ -267,6 +267,40 @@ TEST(CliTest, ObjectsListsVisibleObjectsAndExtractsTheirDrawings) {
   EXPECT_EQ(readFile(dir.path() / "2-1.txt"), expectedDrawing(inventory, 2, "W5.25inH3.00in"));
 }
 
+// A linked object reaches no further than --linked-files lets it: by
+// default its workbook's folder, so a path out of it extracts nothing.
+TEST(CliTest, LinkedFilesStayWhereTheOptionLetsThemReach) {
+  ScratchDir dir;
+  fs::create_directories(dir.path() / "books");
+  std::ofstream(dir.path() / "secret.txt") << "secret\n";
+  std::ofstream(dir.path() / "books" / "chart.txt") << "chart\n";
+  std::string book = "*BEGIN SPREADSHEETS VERSION=440 R01 ENCODING=US-ASCII\n";
+  for (const char* path : {"chart.txt", "../secret.txt"})
+    book += std::string("Graphic Obj Start: 1\nObject Type: Graphics\nObject Plane: A\n") +
+            "Object Path: " + path +
+            "\nObject Attrs: Hidden:0, Locked:0, Print:1, Link:1\nGraphic Obj End: 1\n";
+  book += "View Start, Name: #One: ~A\nView End,\nHeaders and Footers End\n('||) A!A1: x\n";
+  const fs::path workbook = dir.path() / "books" / "linked.wzs";
+  std::ofstream(workbook) << book;
+  const struct {
+    std::vector<std::string> option;
+    const char* first;   // extracted from chart.txt, "" for nothing
+    const char* second;  // from ../secret.txt
+  } cases[] = {{{}, "chart\n", ""},
+               {{"--linked-files", "none"}, "", ""},
+               {{"--linked-files=" + dir.path().string()}, "chart\n", "secret\n"}};
+  for (const auto& c : cases) {
+    const fs::path out = dir.path() / "out";
+    fs::remove_all(out);
+    std::vector<std::string> args = {"objects", workbook.string(), "--extract", out.string()};
+    args.insert(args.end(), c.option.begin(), c.option.end());
+    const CommandRun run = wzss(args);
+    ASSERT_EQ(run.status, 0) << run.err;
+    EXPECT_EQ(readFile(out / "1-1.txt"), c.first) << args.back();
+    EXPECT_EQ(readFile(out / "1-2.txt"), c.second) << args.back();
+  }
+}
+
 TEST(CliTest, ObjectsWithoutExtractWritesNothing) {
   const CommandRun run = wzss({"objects", kBudget});
   ASSERT_EQ(run.status, 0) << run.err;

@@ -3,7 +3,11 @@
 
 #include <gtest/gtest.h>
 
+#include <sys/stat.h>
+
 #include <cstring>
+#include <filesystem>
+#include <fstream>
 #include <string>
 #include <vector>
 
@@ -155,18 +159,93 @@ TEST(ServicesTest, OpenFileResolvesRelativePathsAgainstTheBaseFolder) {
             (std::vector<std::string>{"chart.txt", "/data/books/chart.txt", "/abs/chart.txt", ""}));
 }
 
-TEST(ServicesTest, DefaultOpenerGivesAReleasableFileStreamOrNull) {
-  Services services;
+// A tree for the linked-file policy: the workbook's folder "books" beside a
+// folder "outside" it must not reach.
+class LinkedTree {
+ public:
+  LinkedTree() {
+    char pattern[] = "/tmp/wzss-linked-XXXXXX";
+    root_ = std::filesystem::canonical(mkdtemp(pattern));
+    std::filesystem::create_directories(books() / "sub");
+    std::filesystem::create_directories(books() / "dir");
+    std::filesystem::create_directories(root_ / "outside");
+    write(books() / "chart.txt", "beside");
+    write(books() / "sub" / "inner.txt", "inner");
+    write(root_ / "outside" / "secret.txt", "secret");
+    std::filesystem::create_symlink("../outside/secret.txt", books() / "out-link");
+    std::filesystem::create_symlink("chart.txt", books() / "in-link");
+    std::filesystem::create_symlink("../outside", books() / "linked-dir");
+    std::filesystem::create_symlink("/dev/zero", books() / "device");
+    mkfifo((books() / "fifo").c_str(), 0600);  // nobody writes: opening it for reading would wait
+  }
+  ~LinkedTree() { std::filesystem::remove_all(root_); }
+  const std::filesystem::path& root() const { return root_; }
+  std::filesystem::path books() const { return root_ / "books"; }
+
+ private:
+  static void write(const std::filesystem::path& path, const char* text) {
+    std::ofstream(path) << text;
+  }
+  std::filesystem::path root_;
+};
+
+// What OpenFile gives for a path, read whole; "-" for null.
+std::string openedText(Services& services, const std::string& path) {
   HostServices* h = services.get();
-  EXPECT_EQ(h->OpenFile(h, "/nonexistent/wzss/file", "rb"), nullptr);
-  StreamInterface* stream = h->OpenFile(h, WZSS_SAMPLES_DIR "/budget.wzs", "rb");
-  ASSERT_NE(stream, nullptr);
-  EXPECT_GT(stream->streamLength, 0u);
-  ASSERT_NE(stream->Release, nullptr);
-  char byte = 0;
-  ASSERT_EQ(stream->Open(stream), 1);
-  ASSERT_EQ(stream->Read(stream, &byte, 1), 1);
+  StreamInterface* stream = h->OpenFile(h, path.c_str(), "rb");
+  if (stream == nullptr) return "-";
+  std::string text(stream->streamLength, '\0');
+  EXPECT_EQ(stream->Open(stream), 1);
+  EXPECT_EQ(stream->Read(stream, text.data(), static_cast<int32_t>(text.size())),
+            static_cast<int>(text.size()));
   stream->Release(stream);  // the sanitizer build reports a leak if this did not free
+  return text;
+}
+
+TEST(ServicesTest, LinkedFilesOpenOnlyRegularFilesWhereThePolicyReaches) {
+  const LinkedTree tree;
+  const std::string books = tree.books().string(), root = tree.root().string();
+  const LinkedFiles folder, aboveBooks = LinkedFiles::beneath(root);
+  struct Case {
+    std::string path;
+    LinkedFiles policy;
+    std::string expected;  // the file's text, "-" for null
+  };
+  const std::vector<Case> cases = {
+      {"chart.txt", folder, "beside"},
+      {"sub/inner.txt", folder, "inner"},
+      {"./sub/../chart.txt", folder, "beside"},
+      {books + "/chart.txt", folder, "beside"},  // absolute, but inside
+      {"/etc/hostname", folder, "-"},
+      {"../outside/secret.txt", folder, "-"},
+      {"./../outside/secret.txt", folder, "-"},
+      {"sub/../../outside/secret.txt", folder, "-"},
+      {books + "/../outside/secret.txt", folder, "-"},
+      {"out-link", folder, "-"},
+      {"in-link", folder, "-"},  // links are refused wherever they point
+      {"linked-dir/secret.txt", folder, "-"},
+      {"fifo", folder, "-"},
+      {"device", folder, "-"},
+      {"/dev/zero", folder, "-"},
+      {"dir", folder, "-"},
+      {"sub/", folder, "-"},
+      {"missing.txt", folder, "-"},
+      {"", folder, "-"},
+      {"chart.txt", LinkedFiles::none(), "-"},
+      {"../outside/secret.txt", aboveBooks, "secret"},
+      {root + "/outside/secret.txt", aboveBooks, "secret"},
+      {"../../etc/hostname", aboveBooks, "-"},
+      {"/etc/hostname", aboveBooks, "-"},
+      {"linked-dir/secret.txt", aboveBooks, "-"},
+  };
+  for (const Case& c : cases) {
+    Services services;
+    services.setBaseFolder(books);
+    services.setLinkedFiles(c.policy);
+    EXPECT_EQ(openedText(services, c.path), c.expected) << c.path;
+  }
+  Services noFolder;  // a workbook without a folder (read from memory) links nothing
+  EXPECT_EQ(openedText(noFolder, "chart.txt"), "-");
 }
 
 }  // namespace

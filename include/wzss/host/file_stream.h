@@ -14,8 +14,18 @@ namespace wzss::host {
 
 class FileStream {
  public:
-  // Null with *error set (when given) if the file cannot be opened or is too large.
+  // Null with *error set (when given) if the file cannot be opened, is no
+  // regular file or is too large. Never waits for a writer of a FIFO.
   static std::unique_ptr<FileStream> open(const std::string& path, std::string* error = nullptr);
+  // The regular file that relative names inside folder, reached one name at
+  // a time from the folder's descriptor, following no symbolic link on the
+  // way (a link is refused wherever it points); ".." climbs back but never
+  // above folder. Null with *error set for an absolute path, a way out, a
+  // link, a missing name, or anything but a regular file, which is never
+  // opened at all (a FIFO or a device stays untouched).
+  static std::unique_ptr<FileStream> openBeneath(const std::string& folder,
+                                                 const std::string& relative,
+                                                 std::string* error = nullptr);
   // Hands the stream to C ownership: its Release operation destroys it.
   static StreamInterface* release(std::unique_ptr<FileStream> stream);
 
@@ -28,6 +38,7 @@ class FileStream {
 
  private:
   FileStream(int fd, uint32_t size);
+  static std::unique_ptr<FileStream> adopt(int fd, std::string* error);
   static FileStream& self(StreamInterface* stream) {
     return *static_cast<FileStream*>(stream->privateA);
   }

@@ -1,7 +1,7 @@
 // HostServices for C++ hosts: an accounting allocator that counts every
 // block, can fail the Nth allocation and keeps freed small blocks for reuse,
-// and OpenFile resolving relative paths against a base folder (normally the
-// workbook's).
+// and OpenFile, which opens a linked object's file only where the host's
+// policy lets a workbook reach (by default its own folder).
 #pragma once
 
 #include <array>
@@ -22,6 +22,27 @@ struct AllocationStats {
 
 struct BlockHeader;
 
+// Which files a workbook's linked objects may open through OpenFile. A
+// workbook may come from anyone, and the file it names is handed on (an
+// extracted copy, a size in a report), so by default it reaches no further
+// than its own folder. Wherever it may reach, a path is followed one name
+// at a time without following any symbolic link (a link is refused, even
+// one that points back inside), ".." never climbs above the allowed folder,
+// an absolute path must lead beneath it, and only a regular file opens: a
+// FIFO, a device or a folder gives null, as does a path under the None policy.
+struct LinkedFiles {
+  enum class Scope {
+    WorkbookFolder,  // beneath the base folder (setBaseFolder); none without one
+    Folder,          // beneath `folder`: relative paths still start at the base folder
+    None,            // no linked file at all
+  };
+  Scope scope = Scope::WorkbookFolder;
+  std::string folder;  // for Scope::Folder
+
+  static LinkedFiles beneath(std::string folder) { return {Scope::Folder, std::move(folder)}; }
+  static LinkedFiles none() { return {Scope::None, {}}; }
+};
+
 class Services {
  public:
   // Blocks of up to kLargestCached bytes come in size classes of
@@ -31,8 +52,9 @@ class Services {
   static constexpr uint32_t kLargestCached = 256;
   static constexpr uint32_t kCachedPerClass = 32;
 
-  // Opens a further file for OpenFile; receives the path as the plug-in
-  // gave it, already resolved against the base folder.
+  // Opens a further file for OpenFile in place of the policy (tests, hosts
+  // with their own storage); receives the path as the plug-in gave it,
+  // joined to the base folder when relative.
   using Opener = std::function<StreamInterface*(const std::string& path)>;
 
   Services();
@@ -47,9 +69,11 @@ class Services {
   // this object), and only that one; 0 fails none.
   void failAllocation(uint64_t n) { failAt_ = n; }
 
-  // Relative paths given to OpenFile are resolved against this folder.
+  // The workbook's folder: relative paths given to OpenFile start here.
   void setBaseFolder(std::string folder) { baseFolder_ = std::move(folder); }
-  // Default opener: a FileStream over the file (null when it cannot be opened).
+  void setLinkedFiles(LinkedFiles policy) { linkedFiles_ = std::move(policy); }
+  // Without an opener, OpenFile gives a FileStream over a file the policy
+  // allows, or null. An opener decides alone; the policy is not applied.
   void setOpener(Opener opener) { opener_ = std::move(opener); }
 
   // Frees a block the plug-in handed over (an object descriptor).
@@ -62,6 +86,7 @@ class Services {
   static void* realloc(HostAllocator* allocator, void* block, uint32_t size);
   static void* calloc(HostAllocator* allocator, uint32_t count, uint32_t size);
   static StreamInterface* openFile(HostServices* services, const char* path, const char* mode);
+  StreamInterface* openLinked(const std::string& path) const;
 
   bool shouldFail();
   void* allocate(uint64_t size, bool zero);
@@ -74,6 +99,7 @@ class Services {
   std::array<BlockHeader*, kClasses> freeBlocks_{};
   std::array<uint32_t, kClasses> freeCounts_{};
   std::string baseFolder_;
+  LinkedFiles linkedFiles_;
   Opener opener_;
 };
 
