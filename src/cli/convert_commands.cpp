@@ -32,8 +32,16 @@ bool writeStdout(const PieceProducer& content) {
          std::fflush(stdout) == 0;
 }
 
-// The text goes to OUT, whose absolute path is then printed so a script or
-// a person knows where to look, or to stdout without OUT.
+// The absolute path of the file OUT, once written, so a script or a person
+// knows where to look. A device or FIFO (-o /dev/stdout) took the text
+// itself: no path follows it there.
+void printWritten(const std::string& output) {
+  std::error_code code;
+  if (fs::is_regular_file(output, code))
+    fmt::print("{}\n", fs::absolute(output).lexically_normal().string());
+}
+
+// The text goes to OUT, or to stdout without OUT.
 int emit(const std::string& output, const PieceProducer& content) {
   if (output.empty() || output == "-") {
     if (!writeStdout(content)) return fail("stdout", "write error");
@@ -41,7 +49,7 @@ int emit(const std::string& output, const PieceProducer& content) {
   }
   std::string error;
   if (!writeFileAtomically(output, content, &error)) return fail(output, error);
-  fmt::print("{}\n", fs::absolute(output).lexically_normal().string());
+  printWritten(output);
   return kExitOk;
 }
 
@@ -68,15 +76,24 @@ class CsvCommandSink : public CsvSink {
         note_ = fmt::format(
             "wrote sheet 1 \"{}\" of {}; --sheet N|NAME for another, --all -o DIR for every sheet",
             sheets[0].name, sheets.size());
-      return !sheets.empty();
+      if (sheets.empty()) return false;
+    } else {
+      const std::optional<size_t> found = findSheet(sheets, common_.sheet);
+      if (!found) {
+        refusal_ = noSuchSheet(common_.sheet, sheets.size());
+        return false;
+      }
+      target_ = *found;
     }
-    const std::optional<size_t> found = findSheet(sheets, common_.sheet);
-    if (!found) refusal_ = noSuchSheet(common_.sheet, sheets.size());
-    target_ = found.value_or(0);
-    return found.has_value();
+    // "-o out/" or an existing folder receives the one sheet's file too.
+    if (namesFolder(output_)) {
+      directory_.emplace(output_);
+      return directory_->begin(sheets);
+    }
+    return true;
   }
   bool wants(const host::SheetInfo& info) override {
-    return directory_.has_value() || info.number == target_ + 1;
+    return all_ || info.number == target_ + 1;
   }
   bool sheet(const host::SheetInfo& info, const PieceProducer& csv) override {
     if (directory_) return directory_->sheet(info, csv);
@@ -242,7 +259,7 @@ int ConvertCommands::runJson(const SSReaderInterface& table) {
   if (!outcome.walked) return fail(common_.file, outcome.walked.error().message);
   if (!outcome.refusal.empty()) return fail(common_.file, outcome.refusal, kExitUsage);
   if (!written) return toStdout ? fail("stdout", "write error") : fail(output_, error);
-  if (!toStdout) fmt::print("{}\n", fs::absolute(output_).lexically_normal().string());
+  if (!toStdout) printWritten(output_);
   return kExitOk;
 }
 

@@ -1,6 +1,7 @@
 // Writing the converter's results: whole files replaced in one step, so a
-// failed or interrupted conversion never leaves half a page behind, and a
-// workbook's sheets as CSV files in one directory.
+// failed or interrupted conversion never leaves half a page behind, without
+// ever replacing what is not a file of ours to replace (a link, a device, a
+// FIFO, a folder), and a workbook's sheets as CSV files in one directory.
 #pragma once
 
 #include <string>
@@ -13,11 +14,21 @@
 
 namespace wzss::cli {
 
-// Writes content to "<path>.part" and renames it to path. Creates missing
-// parent directories. False with *error set when anything fails.
+// Writes content to path as a shell redirection would, but a whole file in
+// one step: an absent or regular file is written as "<path>.part" and
+// renamed to path (missing parent folders are created; a replaced file
+// keeps its permissions); a symbolic link is kept and the file it leads to
+// follows these rules (a dangling link gets the file it names, as `>` does);
+// a character device or a FIFO is written into, as it stands; a folder, a
+// name ending in "/" or anything else is refused. False with *error set
+// when anything fails; nothing but the target is left behind.
 bool writeFileAtomically(const std::string& path, std::string_view content, std::string* error);
 // The same for content handed over in pieces.
 bool writeFileAtomically(const std::string& path, const PieceProducer& content, std::string* error);
+
+// Whether -o names a folder rather than a file: it ends with "/" or is an
+// existing folder.
+bool namesFolder(const std::string& output);
 
 // One CSV file per sheet in a directory (created when missing), named after
 // the sheets with safeNameStem and made unique, each file written as soon as

@@ -154,6 +154,19 @@ TEST(ConvertCommand, OneSheetGoesToStdoutByNameOrNumber) {
   }
 }
 
+// "-o out/" is a folder even for one sheet; a device takes the text alone.
+TEST(ConvertCommand, OutputNamesAFolderOrADevice) {
+  convert_test::TempDir dir;
+  const std::string csv = "csv " + convert_test::dataPath("styled.wzs") + " --sheet 2 -o ";
+  const CommandResult folder = runCommand(csv + (dir.path() / "out").string() + "/");
+  EXPECT_EQ(folder.status, 0) << folder.output;
+  EXPECT_EQ(convert_test::readFile(dir.path() / "out" / "Q1_Q2 _b_x__b_.csv"),
+            "Region,Sales\r\nNorth,1200\r\n");
+  const CommandResult device = runCommand(csv + "/dev/stdout");
+  EXPECT_EQ(device.status, 0);
+  EXPECT_EQ(device.output, "Region,Sales\r\nNorth,1200\r\n");
+}
+
 TEST(ConvertCommand, EverySubcommandHasHelp) {
   for (const char* command : {"csv", "json", "html", "convert"}) {
     const CommandResult result = runCommand(std::string(command) + " --help");

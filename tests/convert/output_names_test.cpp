@@ -1,4 +1,10 @@
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <sys/sysmacros.h>
+#include <unistd.h>
+
+#include <thread>
 
 #include "cli/output_files.h"
 #include "cli/output_names.h"
@@ -100,6 +106,70 @@ TEST(WriteFileAtomically, WritesPiecesAndLeavesNothingWhenTheyBreakOff) {
   error.clear();
   EXPECT_FALSE(writeFileAtomically(path + "/below.html", "text", &error));
   EXPECT_FALSE(error.empty());
+}
+
+// Every kind of -o target: a file is replaced whole, what the path leads
+// to through a link is judged like the path itself, a device or FIFO is
+// written into and stays what it is, and a folder is refused.
+TEST(WriteFileAtomically, TreatsEachKindOfTargetAsARedirectionWould) {
+  namespace fs = std::filesystem;
+  convert_test::TempDir dir;
+  const fs::path d = dir.path();
+  const auto kindOf = [](const fs::path& p) { return fs::symlink_status(p).type(); };
+  // As root a device of our own, so a fault replaces nothing of the system's.
+  const fs::path device = mknod((d / "null").c_str(), S_IFCHR | 0666, makedev(1, 3)) == 0
+                              ? d / "null"
+                              : fs::path("/dev/null");
+  mkfifo((d / "fifo").c_str(), 0600);
+  fs::create_hard_link(d / "fifo", d / "fifo-kept");
+  std::string heard;
+  std::thread reader([&] { heard = convert_test::readFile(d / "fifo"); });
+  convert_test::writeFile(d / "old.txt", "old");
+  fs::permissions(d / "old.txt", fs::perms::owner_read | fs::perms::owner_write);
+  fs::create_symlink("old.txt", d / "link");
+  fs::create_symlink("made/by-link.txt", d / "dangling");
+  fs::create_directories(d / "made");
+  fs::create_directories(d / "folder");
+  fs::create_symlink("folder", d / "folder-link");
+  convert_test::writeFile(d / "victim", "victim");
+  fs::create_symlink("victim", d / "planted.txt.part");
+  const struct {
+    fs::path target;
+    bool written;
+    fs::path holder;     // where the text must be; empty: nowhere
+    fs::file_type kind;  // what the target is afterwards
+  } cases[] = {
+      {d / "new" / "absent.txt", true, d / "new" / "absent.txt", fs::file_type::regular},
+      {d / "old.txt", true, d / "old.txt", fs::file_type::regular},
+      {d / "link", true, d / "old.txt", fs::file_type::symlink},
+      {d / "dangling", true, d / "made" / "by-link.txt", fs::file_type::symlink},
+      {d / "planted.txt", true, d / "planted.txt", fs::file_type::regular},
+      {device, true, {}, fs::file_type::character},
+      {d / "fifo", true, {}, fs::file_type::fifo},
+      {d / "folder", false, {}, fs::file_type::directory},
+      {d / "folder-link", false, {}, fs::file_type::symlink},
+      {d.string() + "/out/", false, {}, fs::file_type::not_found},
+  };
+  for (const auto& c : cases) {
+    std::string error;
+    EXPECT_EQ(writeFileAtomically(c.target.string(), "text", &error), c.written)
+        << c.target << ": " << error;
+    EXPECT_EQ(kindOf(c.target), c.kind) << c.target;
+    if (!c.holder.empty()) {
+      EXPECT_EQ(convert_test::readFile(c.holder), "text") << c.target;
+    }
+    if (!c.written) {
+      EXPECT_NE(error.find("folder"), std::string::npos) << error;
+    }
+  }
+  // A writer that never came would leave the reader waiting: come as one.
+  ::close(::open((d / "fifo-kept").c_str(), O_WRONLY | O_NONBLOCK));
+  reader.join();
+  EXPECT_EQ(heard, "text");
+  EXPECT_EQ(convert_test::readFile(d / "victim"), "victim");
+  EXPECT_EQ(fs::status(d / "old.txt").permissions() & fs::perms::all,
+            fs::perms::owner_read | fs::perms::owner_write);
+  EXPECT_FALSE(fs::exists(d / "folder" / ".part"));
 }
 
 }  // namespace
