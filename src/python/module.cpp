@@ -502,7 +502,7 @@ py::object convertXlsx(const PluginHandle& plugin, const std::string& path,
   {
     py::gil_scoped_release unlocked;
     failed = cli::convertToXlsx(
-        plugin.table(), path, encoding,
+        plugin.table(), path, encoding, cli::ReadOptions{},
         [&](const cli::PieceProducer& xlsx) {
           if (out) return cli::writeFileAtomically(*out, xlsx, &writeError);
           return xlsx([&bytes](std::string_view piece) {
@@ -533,7 +533,9 @@ py::object convert(const PluginHandle& plugin, const std::string& path, const st
     if (to == "json") {
       cli::JsonOutcome outcome;
       uint64_t bytes = 0;
-      cli::workbookJson(plugin.table(), path, cli::JsonOptions{false, false, encoding, {}}, &bytes, &outcome)(
+      cli::JsonOptions options;
+      options.encoding = encoding;
+      cli::workbookJson(plugin.table(), path, options, &bytes, &outcome)(
           [&text](std::string_view piece) {
             text += piece;
             return true;
