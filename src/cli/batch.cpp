@@ -1,6 +1,7 @@
 #include "cli/batch.h"
 
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 #include <algorithm>
 #include <atomic>
@@ -198,7 +199,18 @@ std::string batchSummary(const BatchReport& report, size_t inputs) {
   for (const BatchFailure& failure : report.failures)
     out += fmt::format("wzss: {}: {}\n", failure.input, failure.reason);
   out += fmt::format("converted {} of {} workbooks", report.converted, inputs);
-  if (!report.failures.empty()) out += fmt::format(" ({} failed)", report.failures.size());
+  std::vector<std::string> remarks;
+  if (!report.failures.empty()) remarks.push_back(fmt::format("{} failed", report.failures.size()));
+  // Warnings per workbook, which come in the order of the inputs.
+  std::string counts;
+  for (size_t i = 0; i < report.warnings.size();) {
+    size_t j = i;
+    while (j < report.warnings.size() && report.warnings[j].input == report.warnings[i].input) ++j;
+    counts += fmt::format("{}{} {}", counts.empty() ? "" : ", ", report.warnings[i].input, j - i);
+    i = j;
+  }
+  if (!counts.empty()) remarks.push_back("warnings: " + counts);
+  if (!remarks.empty()) out += " (" + fmt::format("{}", fmt::join(remarks, "; ")) + ")";
   out += fmt::format(", {} in {:.2f} s\n", byteText(static_cast<double>(report.bytes)),
                      report.elapsed.count());
   return out;

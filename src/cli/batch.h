@@ -55,8 +55,8 @@ std::vector<std::string> batchOutputNames(const std::vector<std::string>& inputs
 BatchReport runBatch(const SSReaderInterface& table, const std::vector<std::string>& inputs,
                      const BatchOptions& options, std::FILE* progress);
 
-// "converted 3 of 4 workbooks (1 failed), 12.5 KiB in 0.04 s" and one line
-// per warning and failure before it.
+// "converted 3 of 4 workbooks (1 failed; warnings: a.wzs 2, b.wzs 1),
+// 12.5 KiB in 0.04 s" and one line per warning and failure before it.
 std::string batchSummary(const BatchReport& report, size_t inputs);
 
 }  // namespace wzss::cli

@@ -66,13 +66,21 @@ bool CommonOptions::showProgress() const {
 
 void CommonOptions::warn(const std::string& subject,
                          const std::vector<std::string>& warnings) const {
-  if (showNotes()) cli::warn(subject, warnings);
+  warningCount += warnings.size();
+  if (showNotes() || strict) cli::warn(subject, warnings);
+}
+
+int CommonOptions::finalStatus(int status) const {
+  return status == kExitOk && strict && warningCount != 0 ? kExitFailure : status;
 }
 
 void addCommandOptions(CLI::App& app, CommonOptions& options) {
   app.add_flag("-q,--quiet", options.quiet, "No progress line, no notes or warnings");
   app.add_flag("--no-progress", options.noProgress,
                "No progress line (shown only on a terminal anyway)");
+  app.add_flag("--strict", options.strict,
+               "Every warning (a damaged or cut-off workbook, cut texts, encoding repairs) is an "
+               "error: exit status 1, the outputs still written");
   app.add_option_function<std::string>(
          "--linked-files",
          [&options](const std::string& name) { options.read.linkedFiles = linkedFilesNamed(name); },

@@ -1,8 +1,8 @@
 // What the subcommands share on the command line, declared once: the input
 // (FILE, or "-" for standard input), --sheet for the subcommands that read
-// sheets, and --quiet, --no-progress and --linked-files, which belong to the
-// command and may stand before or after the subcommand. An option more than one subcommand
-// takes belongs here, so that it reads and behaves the same everywhere.
+// sheets, and --quiet, --no-progress, --strict and --linked-files, which
+// belong to the command and may stand before or after the subcommand. An option more than one
+// subcommand takes belongs here, so that it reads and behaves the same everywhere.
 #pragma once
 
 #include <CLI/CLI.hpp>
@@ -22,16 +22,23 @@ struct CommonOptions {
   bool quiet = false;
   bool noProgress = false;
   ReadOptions read;  // --linked-files
+  bool strict = false;  // every warning is an error
+  // Warnings met so far (shown or not): under --strict they fail the command.
+  mutable size_t warningCount = 0;
 
   // A progress line is for a person watching a terminal, never for a log.
   bool showProgress() const;
   // Notes and warnings on stderr; errors are always reported.
   bool showNotes() const { return !quiet; }
-  // The walker's warnings about subject, unless --quiet.
+  // The walker's warnings about subject, unless --quiet (and not --strict),
+  // counted.
   void warn(const std::string& subject, const std::vector<std::string>& warnings) const;
+  // The command's exit status once it has done its work: under --strict, a
+  // success with warnings is a failure.
+  int finalStatus(int status) const;
 };
 
-// --quiet, --no-progress and --linked-files on the command itself.
+// --quiet, --no-progress, --strict and --linked-files on the command itself.
 void addCommandOptions(CLI::App& app, CommonOptions& options);
 // FILE, where "-" reads standard input.
 void addInput(CLI::App* command, CommonOptions& options);

@@ -316,7 +316,8 @@ int ConvertCommands::runConvert(const SSReaderInterface& table) {
   if (code) return fail(output_, "cannot create: " + code.message());
   std::FILE* progress = common_.showProgress() ? stderr : nullptr;
   BatchReport report = runBatch(table, files_, options, progress);
-  if (!common_.showNotes()) report.warnings.clear();
+  common_.warningCount += report.warnings.size();
+  if (!common_.showNotes() && !common_.strict) report.warnings.clear();
   // The failures are errors and always said; the summary is a note.
   std::string said = batchSummary(report, files_.size());
   if (!common_.showNotes()) said.erase(said.rfind('\n', said.size() - 2) + 1);  // the summary line

@@ -301,7 +301,7 @@ int run(int argc, char** argv) {
   if (objects->parsed()) status = runObjects(plugin, common, extractDir, out);
   if (converter.parsed()) status = converter.run(plugin.table());
   if (!out.flush() && status == kExitOk) return fail("stdout", "write error");
-  return status;
+  return common.finalStatus(status);
 }
 
 }  // namespace

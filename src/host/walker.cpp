@@ -1,5 +1,7 @@
 #include "wzss/host/walker.h"
 
+#include "document_survey.h"
+
 #include <algorithm>
 #include <cstring>
 
@@ -149,11 +151,12 @@ struct Walker::Session {
   }
 
   // The text of a buffer handed out for this item, read no further than the
-  // item's length and the buffer's capacity, into out; false when text is
-  // no such buffer.
-  bool copyText(const char* text, uint32_t length, std::optional<std::string>& out) const {
+  // item's length and the buffer's capacity (a longer length is counted as
+  // a cut text), into out; false when text is no such buffer.
+  bool copyText(const char* text, uint32_t length, std::optional<std::string>& out) {
     for (size_t i = 0; i < used; ++i) {
       if (buffers[i].get() != text) continue;
+      if (length > capacities[i]) ++stats.textsCut;
       const size_t size = strnlen(text, std::min<size_t>(length, capacities[i]));
       if (!out) out.emplace();
       decoder.decode(std::string_view(text, size), *out);
@@ -268,16 +271,28 @@ Walker::~Walker() {
   if (reader_ != nullptr) table_.CloseReader(reader_);
 }
 
-std::vector<std::string> Walker::warnings() const {
-  std::vector<std::string> all = warnings_;
+std::vector<Warning> Walker::warningList() const {
+  std::vector<Warning> all = warnings_;
   if (decoder_ != nullptr && decoder_->invalidSequences() != 0)
-    all.push_back(std::to_string(decoder_->invalidSequences()) + " byte(s) not valid in " +
-                  decoder_->encoding() + " replaced by U+FFFD");
+    all.push_back({WarningKind::Encoding, std::to_string(decoder_->invalidSequences()) +
+                                              " byte(s) not valid in " + decoder_->encoding() +
+                                              " replaced by U+FFFD"});
   if (decoder_ != nullptr && decoder_->outsideAscii() != 0)
-    all.push_back(std::to_string(decoder_->outsideAscii()) +
-                  " byte(s) above 0x7F in texts of an ASCII workbook read as " +
-                  decoder_->encoding());
+    all.push_back(
+        {WarningKind::Encoding, std::to_string(decoder_->outsideAscii()) +
+                                    " byte(s) above 0x7F in texts of an ASCII workbook read as " +
+                                    decoder_->encoding()});
   return all;
+}
+
+std::vector<std::string> Walker::warnings() const {
+  std::vector<std::string> sentences;
+  for (Warning& warning : warningList()) sentences.push_back(std::move(warning.message));
+  return sentences;
+}
+
+void Walker::warn(WarningKind kind, std::string message) {
+  warnings_.push_back({kind, std::move(message)});
 }
 
 // The encoding asked for, else the header's; an unknown or missing name is
@@ -289,10 +304,10 @@ void Walker::chooseEncoding() {
   if (decoder_->known()) return;
   const std::string fallback = "texts are read as " + decoder_->encoding();
   if (name.empty())
-    warnings_.push_back("the header names no encoding: " + fallback);
+    warn(WarningKind::Encoding, "the header names no encoding: " + fallback);
   else
-    warnings_.push_back(std::string(asked ? "the" : "the header's") + " encoding \"" +
-                        printable(name) + "\" is unknown: " + fallback);
+    warn(WarningKind::Encoding, std::string(asked ? "the" : "the header's") + " encoding \"" +
+                                    printable(name) + "\" is unknown: " + fallback);
 }
 
 Result<std::vector<SheetInfo>> Walker::open() {
@@ -301,23 +316,32 @@ Result<std::vector<SheetInfo>> Walker::open() {
       table_.GetWorkSheetInfo == nullptr || table_.InitSheet == nullptr ||
       table_.ProcessSheet == nullptr || table_.CloseSheet == nullptr)
     return failure(WalkErrorKind::BadTable, "the plug-in's entry-point table is incomplete");
+  auto described = describe();
+  if (!described) {
+    // As new: a reader left set would make the next open() succeed with an
+    // empty sheet list.
+    if (reader_ != nullptr) table_.CloseReader(reader_);
+    reader_ = nullptr;
+    sheets_.clear();
+    decoder_.reset();
+    warnings_.clear();
+  }
+  return described;
+}
 
-  if (decoder_ == nullptr) chooseEncoding();
+// The first pass through the plug-in, and what the host sees of the
+// document's damage besides.
+Result<std::vector<SheetInfo>> Walker::describe() {
+  chooseEncoding();
   reader_ = table_.AllocateReader(nullptr, 0, document_, services_, 0, options_.readerFlags);
   if (reader_ == nullptr)
     return failure(WalkErrorKind::ReaderNotAllocated, "the plug-in could not allocate a reader");
 
   WorkbookInfo info{};
   const int32_t described = table_.GetWorkSheetInfo(reader_, &info, 0);
-  if (described == 0 && info.sheets == nullptr) {
-    warnings_.clear();  // what the header says of encodings means nothing then
+  if (described == 0 && info.sheets == nullptr)
     return failure(WalkErrorKind::NotAWorkbook, "not a workbook of this format");
-  }
-  if (described == 0)
-    return failure(WalkErrorKind::IncompleteWorkbook,
-                   "the workbook's prologue could not be read to its end");
 
-  sheets_.clear();
   for (uint32_t i = 0; info.sheets != nullptr && i < info.sheetCount; ++i) {
     const SheetEntry& entry = info.sheets[i];
     SheetInfo sheet;
@@ -329,7 +353,24 @@ Result<std::vector<SheetInfo>> Walker::open() {
     sheet.viewPos = entry.viewPos;
     sheets_.push_back(std::move(sheet));
   }
+  if (described == 0)
+    warn(WarningKind::IncompleteWorkbook,
+         "the workbook's prologue could not be read to its end: only the " +
+             std::to_string(sheets_.size()) + " sheet(s) listed before the damage are read");
+  if (sheets_.empty()) warn(WarningKind::NoSheet, "the workbook has no sheet");
+  if (options_.surveyDocument) surveyDocument();
   return sheets_;
+}
+
+void Walker::surveyDocument() {
+  const DocumentSurvey survey = host::surveyDocument(document_);
+  if (!survey.endsWithLineFeed)
+    warn(WarningKind::NoFinalLineFeed, "the last line has no line feed: the file may be cut off");
+  if (survey.longCellLines != 0)
+    warn(WarningKind::TextCut,
+         std::to_string(survey.longCellLines) +
+             " line(s) of cell data longer than the plug-in's line buffer (the first is line " +
+             std::to_string(survey.firstLongLine) + "): the end of their text is cut");
 }
 
 namespace {
@@ -345,7 +386,7 @@ struct OpenSheet {
 
 Result<SheetStats> Walker::walkSheet(size_t index, SheetVisitor& visitor) {
   if (reader_ == nullptr)
-    return failure(WalkErrorKind::NoSuchSheet, "the workbook has not been opened");
+    return failure(WalkErrorKind::NotOpened, "the workbook has not been opened (call open first)");
   if (index >= sheets_.size())
     return failure(WalkErrorKind::NoSuchSheet, "no sheet " + std::to_string(index + 1) +
                                                    " (the workbook has " +
@@ -391,6 +432,8 @@ Result<SheetStats> Walker::walkSheet(size_t index, SheetVisitor& visitor) {
         cell.row = c.row;
         cell.textLength = c.textLength;
         if (c.text == nullptr) {
+          // A length without a text: the buffer it needed was refused.
+          if (c.textLength != 0) ++session.stats.textsCut;
           cell.text.reset();
         } else if (!session.copyText(c.text, c.textLength, cell.text)) {
           return failure(WalkErrorKind::ForeignText,
@@ -450,10 +493,15 @@ Result<SheetStats> Walker::walkSheet(size_t index, SheetVisitor& visitor) {
     if (!goOn) break;
   }
   visitor.endSheet(info, session.stats);
+  if (session.stats.textsCut != 0)
+    warn(WarningKind::TextCut, sheetLabel(info) + ": " + std::to_string(session.stats.textsCut) +
+                                   " cell text(s) cut to their buffer or left without one");
   return session.stats;
 }
 
 Status Walker::walkAll(SheetVisitor& visitor) {
+  if (reader_ == nullptr)
+    return failure(WalkErrorKind::NotOpened, "the workbook has not been opened (call open first)");
   visitor.beginWorkbook(sheets_);
   for (size_t i = 0; i < sheets_.size(); ++i) {
     if (!visitor.wants(sheets_[i])) continue;

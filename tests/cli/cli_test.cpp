@@ -267,6 +267,57 @@ TEST(CliTest, ObjectsListsVisibleObjectsAndExtractsTheirDrawings) {
   EXPECT_EQ(readFile(dir.path() / "2-1.txt"), expectedDrawing(inventory, 2, "W5.25inH3.00in"));
 }
 
+// Damage the command can see is said on stderr naming the file, the output
+// still made; --strict makes it fail, and convert counts warnings per file.
+TEST(CliTest, DamagedWorkbooksAreReportedAndFailOnlyWhenStrict) {
+  ScratchDir dir;
+  const std::string budget = readFile(kBudget);
+  const std::string header = "*BEGIN SPREADSHEETS VERSION=440 R01 ENCODING=US-ASCII";
+  const struct {
+    const char* name;
+    std::string text;
+    std::vector<std::string> said;
+  } cases[] = {
+      {"cut.wzs", budget.substr(0, budget.size() * 3 / 4), {"may be cut off"}},
+      {"carriage.wzs",
+       header + "\rView Start, Name: #A: ~A\rView End,\r",
+       {"no sheet", "may be cut off"}},
+      {"prologue.wzs",
+       header + "\nView Start, Name: #A: ~A\nView End,\nAttr Table Start\n",
+       {"only the 1 sheet(s) listed"}},
+      {"long.wzs",
+       budget + "('||) A!A40: " + std::string(300, 'x') + "\n",
+       {"1 line(s) of cell data longer than the plug-in's line buffer"}},
+  };
+  std::vector<std::string> files;
+  for (const auto& c : cases) {
+    const std::string path = (dir.path() / c.name).string();
+    std::ofstream(path, std::ios::binary) << c.text;
+    files.push_back(path);
+    const CommandRun run = wzss({"info", path});
+    EXPECT_EQ(run.status, 0) << run.err;
+    const std::vector<std::string> lines = linesOf(run.err);
+    ASSERT_EQ(lines.size(), c.said.size()) << c.name << "\n" << run.err;
+    for (size_t i = 0; i < lines.size(); ++i) {
+      EXPECT_EQ(lines[i].rfind("wzss: " + path + ": warning: ", 0), 0u) << lines[i];
+      EXPECT_NE(lines[i].find(c.said[i]), std::string::npos) << lines[i];
+    }
+    EXPECT_EQ(wzss({"--strict", "-q", "info", path}).status, 1) << c.name;
+  }
+  std::vector<std::string> convert = {"convert", "--to", "csv", "-o", (dir.path() / "out").string(),
+                                      kBudget};
+  convert.insert(convert.end(), files.begin(), files.begin() + 2);
+  const CommandRun run = wzss(convert);
+  EXPECT_EQ(run.status, 0) << run.err;
+  EXPECT_NE(
+      run.err.find("converted 3 of 3 workbooks (warnings: " + files[0] + " 1, " + files[1] + " 2)"),
+      std::string::npos)
+      << run.err;
+  EXPECT_TRUE(fs::exists(dir.path() / "out" / "cut"));
+  convert.insert(convert.begin(), "--strict");
+  EXPECT_EQ(wzss(convert).status, 1);
+}
+
 // A linked object reaches no further than --linked-files lets it: by
 // default its workbook's folder, so a path out of it extracts nothing.
 TEST(CliTest, LinkedFilesStayWhereTheOptionLetsThemReach) {

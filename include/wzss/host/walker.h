@@ -36,21 +36,37 @@ namespace wzss::host {
 // ---------------------------------------------------------------------------
 
 enum class WalkErrorKind {
-  BadTable,           // the table lacks an entry point the walk needs
-  ReaderNotAllocated, // WZAllocateReader returned null (memory)
-  NotAWorkbook,       // the first pass refused the file and found no sheet
-  IncompleteWorkbook, // the first pass failed after finding some sheets
-  NoSuchSheet,        // sheet index outside the sheet list
-  SheetNotOpened,     // WZInitSheet returned null
-  SheetLost,          // WZProcessSheet returned -1
-  UnknownItem,        // an item type the contract does not know
-  TooManyItems,       // the sheet passed WalkOptions::maxItemsPerSheet
-  ForeignText,        // a cell text pointer the host never handed out
+  BadTable,            // the table lacks an entry point the walk needs
+  ReaderNotAllocated,  // WZAllocateReader returned null (memory)
+  NotAWorkbook,        // the first pass refused the file and found no sheet
+  NotOpened,           // walkSheet or walkAll before a successful open()
+  NoSuchSheet,         // sheet index outside the sheet list
+  SheetNotOpened,      // WZInitSheet returned null
+  SheetLost,           // WZProcessSheet returned -1
+  UnknownItem,         // an item type the contract does not know
+  TooManyItems,        // the sheet passed WalkOptions::maxItemsPerSheet
+  ForeignText,         // a cell text pointer the host never handed out
 };
 
 struct WalkError {
   WalkErrorKind kind;
   std::string message;
+};
+
+// What the walk had to assume or repair, or found damaged, while the
+// workbook could still be read: the outputs are made, and a host decides
+// whether to trust them.
+enum class WarningKind {
+  Encoding,            // an unknown encoding assumed, or bytes no text of it replaced
+  NoFinalLineFeed,     // the last line has no line feed: the file may be cut off
+  IncompleteWorkbook,  // the first pass failed after a partial sheet list; that list is walked
+  NoSheet,             // the workbook has no sheet at all
+  TextCut,             // cell texts cut: lines beyond the reader's buffers, or a buffer refused
+};
+
+struct Warning {
+  WarningKind kind;
+  std::string message;  // one sentence, for the user
 };
 
 // A value or the error that prevented it.
@@ -215,6 +231,7 @@ struct SheetStats {
   uint64_t items = 0;
   uint64_t textBuffers = 0;  // callback op 0 requests
   uint64_t fills = 0;        // callback op 2 registrations
+  uint64_t textsCut = 0;     // cell texts longer than their buffer, or refused one
 };
 
 class SheetVisitor {
@@ -240,6 +257,10 @@ struct WalkOptions {
   bool cellStyles = true;
   // The encoding of the workbook's texts; empty: the one the header names.
   std::string encoding;
+  // open() reads the document once more for damage the plug-in cannot
+  // report (a missing last line feed, lines of cell data beyond its line
+  // buffers); false skips that read.
+  bool surveyDocument = true;
 };
 
 class Walker {
@@ -253,10 +274,13 @@ class Walker {
   Walker& operator=(const Walker&) = delete;
 
   // Allocates the reader and runs the first pass; returns the sheet list.
+  // A failed open leaves the walker as it was made, so it may be retried.
   Result<std::vector<SheetInfo>> open();
   const std::vector<SheetInfo>& sheets() const { return sheets_; }
-  // What the walk had to assume or repair so far (an unknown encoding,
-  // bytes replaced by U+FFFD), one sentence each, for the user.
+  // What the walk had to assume or repair, or found damaged, so far (an
+  // unknown encoding, bytes replaced by U+FFFD, a cut-off file, no sheet,
+  // cut texts), in the order found; warnings() gives the sentences alone.
+  std::vector<Warning> warningList() const;
   std::vector<std::string> warnings() const;
 
   // One sheet by index (from 0) into sheets(); open() must have succeeded.
@@ -267,6 +291,9 @@ class Walker {
  private:
   struct Session;
   void chooseEncoding();
+  Result<std::vector<SheetInfo>> describe();
+  void surveyDocument();
+  void warn(WarningKind kind, std::string message);
   static intptr_t callback(uintptr_t cookie, int32_t op, intptr_t argument, intptr_t zero);
 
   const SSReaderInterface& table_;
@@ -277,7 +304,7 @@ class Walker {
   std::vector<SheetInfo> sheets_;
   // Shared with the object content handed out, which may outlive a sheet.
   std::shared_ptr<TextDecoder> decoder_;
-  std::vector<std::string> warnings_;
+  std::vector<Warning> warnings_;
 };
 
 // ---------------------------------------------------------------------------
