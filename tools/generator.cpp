@@ -321,7 +321,9 @@ struct SheetPlan {
   uint32_t rows = 0;     // found by the counting pass
   uint64_t seed = 0;
   std::vector<Column> layout;
-  bool titled = false;   // title row 1 and title column A
+  // Its title row and column (0: none); one sheet's titles are not its
+  // first row and column, so the numbering with titles first moves lines.
+  uint32_t titleRow = 0, titleColumn = 0;
 };
 
 struct RowListRun {
@@ -355,13 +357,13 @@ Plan makePlan(const GeneratorOptions& options) {
     const char* name;
     uint32_t columns;
     double share;
-    bool titled;
+    uint32_t titleRow, titleColumn;
   };
-  const Shape shapes[] = {{"Summary", 12, 0.03, false},
-                          {"Sales 2024", width, 0.37, true},
-                          {"Sales 2025", width, 0.32, false},
-                          {"Ledger", std::max<uint32_t>(8, width * 2 / 3), 0.28, true},
-                          {"Notes", 0, 0.0, false}};
+  const Shape shapes[] = {{"Summary", 12, 0.03, 0, 0},
+                          {"Sales 2024", width, 0.37, 1, 1},
+                          {"Sales 2025", width, 0.32, 0, 0},
+                          {"Ledger", std::max<uint32_t>(8, width * 2 / 3), 0.28, 3, 2},
+                          {"Notes", 0, 0.0, 0, 0}};
   Rng rng(mix(options.seed, 1));
   uint32_t number = 1;
   for (const Shape& shape : shapes) {
@@ -370,7 +372,8 @@ Plan makePlan(const GeneratorOptions& options) {
     sheet.number = number++;
     sheet.columns = shape.columns;
     sheet.share = shape.share;
-    sheet.titled = shape.titled;
+    sheet.titleRow = shape.titleRow;
+    sheet.titleColumn = shape.titleColumn;
     sheet.seed = mix(options.seed, 100 + sheet.number);
     for (uint32_t c = 1; c <= sheet.columns; ++c) {
       Column column{Family::Label, rng.below(16)};
@@ -570,10 +573,9 @@ void writeViewSection(Output& out, const SheetPlan& sheet, const Plan& plan, Rng
   }
   writeVisibleRows(out, rng, plan.maxRow);
   writeVisibleColumns(out, sheet, plan.maxColumn);
-  if (sheet.titled) {  // after the visible ranges, so the title marks stay
-    out.line("View Title Row: 1");
-    out.line("View Title Column: A");
-  }
+  // After the visible ranges, so the title marks stay.
+  if (sheet.titleRow != 0) out.line("View Title Row: " + std::to_string(sheet.titleRow));
+  if (sheet.titleColumn != 0) out.line("View Title Column: " + letters(sheet.titleColumn));
   out.line("View End,");
 }
 

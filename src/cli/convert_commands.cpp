@@ -175,9 +175,10 @@ ConvertCommands::ConvertCommands(CLI::App& app, CommonOptions& common) : common_
   const auto titleOptions = [this](CLI::App* command) {
     command->add_option(
         "--title-rows", titleRows_,
-        "Keep the first N rows in view while scrolling (a sheet's title rows come first)");
+        "Keep the first N rows in view while scrolling (default: each sheet's title rows)");
     command->add_option("--title-columns", titleColumns_,
-                        "Keep the first N columns in view while scrolling");
+                        "Keep the first N columns in view while scrolling (default: each sheet's "
+                        "title columns)");
   };
   html_ = app.add_subcommand("html",
                              "Write the workbook as one self-contained HTML page, a tab per sheet");

@@ -15,6 +15,8 @@
 
 #include <CLI/CLI.hpp>
 
+#include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -53,8 +55,8 @@ class ConvertCommands {
   std::string values_ = "display";
   bool lines_ = false;
   bool pretty_ = false;
-  unsigned titleRows_ = 0;
-  unsigned titleColumns_ = 0;
+  std::optional<uint32_t> titleRows_;
+  std::optional<uint32_t> titleColumns_;
   std::string to_;
   unsigned jobs_ = 0;
   std::vector<std::string> files_;

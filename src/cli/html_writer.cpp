@@ -174,8 +174,11 @@ class SheetWriter {
   SheetWriter(const SheetModel& sheet, const HtmlOptions& options, StyleClasses& styles,
               std::string& css)
       : sheet_(sheet), options_(options), styles_(styles), css_(css), layout_(layoutOf(sheet)),
-        stickyRows_(stickyCount(layout_.rows, options.titleRows, kMaxStickyHeight)),
-        stickyColumns_(stickyCount(layout_.columns, options.titleColumns, kMaxStickyWidth)) {}
+        stickyRows_(stickyCount(layout_.rows, options.titleRows.value_or(sheet.settings.titleRows),
+                                kMaxStickyHeight)),
+        stickyColumns_(stickyCount(layout_.columns,
+                                   options.titleColumns.value_or(sheet.settings.titleColumns),
+                                   kMaxStickyWidth)) {}
 
   std::string html(size_t index) {
     const std::string id = fmt::format("sheet-{}", index + 1);

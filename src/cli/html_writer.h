@@ -2,7 +2,7 @@
 // spreadsheet: a tab per sheet (radio buttons and CSS, no script), column
 // widths and row heights from the items, fonts, colours, alignment, wrap,
 // borders and fills, hidden rows and columns left out, the grid's headers
-// and any title rows and columns kept in view while scrolling, objects as
+// and the sheet's title rows and columns kept in view while scrolling, objects as
 // positioned boxes with their size text.
 //
 // Every text from the workbook is escaped for the place it lands in (HTML
@@ -11,6 +11,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -19,11 +20,11 @@
 namespace wzss::cli {
 
 struct HtmlOptions {
-  // The items do not say which rows and columns are title rows; the plug-in
-  // numbers title rows and columns first, so keeping the first N output
-  // rows (columns) in view keeps the sheet's N title rows (columns) there.
-  uint32_t titleRows = 0;
-  uint32_t titleColumns = 0;
+  // How many of the first rows (columns) stay in view while scrolling, for
+  // every sheet; absent: each sheet's own title rows (columns), which come
+  // first in the output numbering.
+  std::optional<uint32_t> titleRows;
+  std::optional<uint32_t> titleColumns;
   // For tests only: a script run by the page (allowed by a nonce in the
   // page's policy). The converter itself never sets it.
   std::string probeScript;

@@ -289,6 +289,8 @@ class SheetBuffer {
   Json settingsJson() const {
     return Json{{"maxRow", settings_.maxRow},
                 {"maxColumn", settings_.maxColumn},
+                {"titleRows", settings_.titleRows},
+                {"titleColumns", settings_.titleColumns},
                 {"defaultColumnWidth", settings_.defaultColumnWidth},
                 {"defaultFontHeight", settings_.defaultFontHeight},
                 {"defaultFont", fontJson(settings_.font)},

@@ -73,6 +73,8 @@ int openWorkbook(const host::Plugin& plugin, const CommonOptions& common, Workbo
   book.services.setLinkedFiles(common.read.linkedFiles);
   host::WalkOptions options;
   options.encoding = common.encoding;
+  // info, dump and objects show the items as the plug-in gives them.
+  options.placeEmptyCells = false;
   book.walker =
       std::make_unique<host::Walker>(plugin.table(), book.file->get(), book.services.get(), options);
   auto sheets = book.walker->open();

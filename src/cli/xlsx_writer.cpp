@@ -456,12 +456,26 @@ class XlsxBuilder : public host::SheetVisitor {
     SheetModel model;
     model.settings = settings_;
     worksheet_set_default_row(sheet_, rowPoints(model.defaultRowHeight()), LXW_FALSE);
+    keepTitles();
     writeCells();
   }
 
   const std::string& error() const { return error_; }
 
  private:
+  // The sheet's title rows and columns, which come first in the numbering,
+  // stay in view (frozen panes) and are printed on every page.
+  void keepTitles() {
+    const uint32_t rows = std::min(settings_.titleRows, kMaxRows - 1);
+    const uint32_t columns = std::min(settings_.titleColumns, kMaxColumns - 1);
+    if (rows == 0 && columns == 0) return;
+    worksheet_freeze_panes(sheet_, rows, static_cast<lxw_col_t>(columns));
+    if (rows != 0) check(worksheet_repeat_rows(sheet_, 0, rows - 1), "print title rows");
+    if (columns != 0)
+      check(worksheet_repeat_columns(sheet_, 0, static_cast<lxw_col_t>(columns - 1)),
+            "print title columns");
+  }
+
   void fail(const std::string& message) {
     if (error_.empty()) error_ = message;
   }

@@ -1,6 +1,7 @@
 #include "wzss/host/walker.h"
 
 #include "document_survey.h"
+#include "wzss/host/title_lines.h"
 
 #include <algorithm>
 #include <cstring>
@@ -392,6 +393,10 @@ Result<SheetStats> Walker::walkSheet(size_t index, SheetVisitor& visitor) {
                                                    " (the workbook has " +
                                                    std::to_string(sheets_.size()) + ")");
   const SheetInfo& info = sheets_[index];
+  // Read before the sheet is opened: the plug-in shares the stream's position.
+  std::optional<TitleLines> titles;
+  if (options_.placeEmptyCells) titles = TitleLines::read(document_, info.viewPos);
+  bool titlesSettled = false;
   Session session(*decoder_);
   SheetReader* sheet = table_.InitSheet(reader_, reinterpret_cast<uintptr_t>(&session),
                                         info.viewPos, &Walker::callback, options_.sheetFlags);
@@ -420,7 +425,16 @@ Result<SheetStats> Walker::walkSheet(size_t index, SheetVisitor& visitor) {
                                                       " items");
 
     switch (raw.itemType) {
-      case WZSS_ITEM_SETTINGS: item = settingsOf(raw.settings, *decoder_); break;
+      case WZSS_ITEM_SETTINGS: {
+        Settings& settings = item.emplace<Settings>(settingsOf(raw.settings, *decoder_));
+        if (titles) {
+          titles->setExtent(settings.maxRow, settings.maxColumn);
+          titlesSettled = true;
+          settings.titleRows = titles->rows();
+          settings.titleColumns = titles->columns();
+        }
+        break;
+      }
       case WZSS_ITEM_OPTION: item = Option{raw.option.option}; break;
       case WZSS_ITEM_ROW_RUN: item = RowRun{raw.run.first, raw.run.last, raw.run.size}; break;
       case WZSS_ITEM_COLUMN_RUN: item = ColumnRun{raw.run.first, raw.run.last, raw.run.size}; break;
@@ -430,6 +444,10 @@ Result<SheetStats> Walker::walkSheet(size_t index, SheetVisitor& visitor) {
         Cell& cell = reused != nullptr ? *reused : item.emplace<Cell>();
         cell.column = c.column;
         cell.row = c.row;
+        if (c.hasFont == 0 && titlesSettled) {  // a formatted empty cell, at its file address
+          cell.column = static_cast<uint32_t>(titles->outputColumn(static_cast<int32_t>(c.column)));
+          cell.row = static_cast<uint32_t>(titles->outputRow(static_cast<int32_t>(c.row)));
+        }
         cell.textLength = c.textLength;
         if (c.text == nullptr) {
           // A length without a text: the buffer it needed was refused.

@@ -132,7 +132,8 @@ INSTANTIATE_TEST_SUITE_P(
                   {"dump", "/nonexistent/book.wzs"},
                   1,
                   failure("/nonexistent/book.wzs", "cannot open: No such file or directory")},
-        ErrorCase{"notAWorkbook", {"info", __FILE__}, 1, failure(__FILE__, kNotAWorkbook)},
+        ErrorCase{"notAWorkbook", {"info", WZSS_GOLDEN_DIR "/budget.dump"}, 1,
+                  failure(WZSS_GOLDEN_DIR "/budget.dump", kNotAWorkbook)},
         ErrorCase{
             "linkedTextIsNoWorkbook", {"objects", kLegend}, 1, failure(kLegend, kNotAWorkbook)},
         ErrorCase{

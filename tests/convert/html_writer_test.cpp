@@ -111,13 +111,17 @@ TEST(StyledHtml, ObjectsAreBoxesWithTheirSizeText) {
 }
 
 TEST(WorkbookHtml, TitleRowsAndColumnsStickAtTheirOffsets) {
+  host::Settings settings = convert_test::settings(4, 3, 1200, 200);
+  settings.titleRows = 2;
+  settings.titleColumns = 1;
   const WorkbookModel book = convert_test::bookOf(
-      convert_test::sheetOf(convert_test::settings(4, 3, 1200, 200), host::RowRun{1, 1, 600},
-                            convert_test::textCell(1, 1, "t")));
-  HtmlOptions options;
-  options.titleRows = 2;
-  options.titleColumns = 1;
-  const std::string page = workbookHtml(book, options);
+      convert_test::sheetOf(settings, host::RowRun{1, 1, 600}, convert_test::textCell(1, 1, "t")));
+  // The options override the sheet's own counts.
+  HtmlOptions none;
+  none.titleRows = 0;
+  none.titleColumns = 0;
+  EXPECT_EQ(workbookHtml(book, none).find("title1"), std::string::npos);
+  const std::string page = workbookHtml(book, {});
   EXPECT_NE(page.find("#sheet-1 tr.title1>*{position:sticky;top:20px}"), std::string::npos);
   EXPECT_NE(page.find("#sheet-1 tr.title2>*{position:sticky;top:60px}"), std::string::npos);
   EXPECT_EQ(page.find("tr.title3"), std::string::npos);

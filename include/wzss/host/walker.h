@@ -124,6 +124,11 @@ struct Settings {
   Font font;
   int32_t hasFill = 0;
   uint32_t presetH = 0;
+  // Not in the item: what the walker read of the sheet's view section
+  // (WalkOptions::placeEmptyCells). Output rows 1 to titleRows and columns
+  // 1 to titleColumns are the sheet's title lines.
+  uint32_t titleRows = 0;
+  uint32_t titleColumns = 0;
 };
 
 // Type 16: always the second item.
@@ -139,7 +144,9 @@ struct ColumnRun {
   uint32_t first = 0, last = 0, size = 0;
 };
 
-// Type 15.
+// Type 15. A formatted empty cell (hasFont 0, no text) carries only its
+// fill and border; the plug-in gives it at its file address, which the
+// walker turns into output numbering unless told not to.
 struct Cell {
   uint32_t column = 0;  // output numbering
   uint32_t row = 0;
@@ -261,6 +268,13 @@ struct WalkOptions {
   // report (a missing last line feed, lines of cell data beyond its line
   // buffers); false skips that read.
   bool surveyDocument = true;
+  // The plug-in numbers content cells with the sheet's title lines first
+  // but gives formatted empty cells at their file addresses, and never says
+  // which lines are titles. True: the walker reads each sheet's view section
+  // for its title lines, numbers formatted empty cells as content cells are
+  // numbered and fills Settings::titleRows and titleColumns. False: items
+  // as the plug-in gives them.
+  bool placeEmptyCells = true;
 };
 
 class Walker {
