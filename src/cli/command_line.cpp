@@ -56,7 +56,7 @@ bool copyAll(int from, int to, std::string* error) {
   }
 }
 
-const char* const kCommands = "info, dump, objects, csv, json, html, convert";
+const char* const kCommands = "info, dump, objects, csv, json, html, xlsx, convert";
 
 }  // namespace
 
