@@ -33,8 +33,6 @@ struct FormatBench {
     return display;
   }
 
-  // The caller's value text after the call (the numeric codes cut it).
-  std::string valueAfter() const { return valueBuffer.data(); }
 
   uint64_t liveBlocks() const { return services.stats().liveBlocks; }
 

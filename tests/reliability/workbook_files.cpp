@@ -22,6 +22,7 @@ std::vector<std::string> sweepWorkbooks() {
   std::vector<std::string> paths;
   addWorkbooks(WZSS_SAMPLES_DIR, &paths);
   addWorkbooks(WZSS_CORPUS_DIR, &paths);
+  addWorkbooks(WZSS_READER_DATA_DIR, &paths);
   std::sort(paths.begin(), paths.end());
   return paths;
 }

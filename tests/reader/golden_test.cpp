@@ -1,0 +1,95 @@
+// Golden dumps of the hand-written workbooks in data/: each is walked in
+// process through the host kit over the statically linked plug-in, printed
+// as `wzss dump` prints it, and compared with golden/NAME.dump line by line,
+// once in the C locale and once in a locale that writes a decimal comma
+// (the output must not change). A golden is reviewed line by line when it
+// is made and when it changes; regenerate one only for an intended change:
+//   build/bin/wzss dump tests/reader/data/NAME.wzs > tests/reader/golden/NAME.dump
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <clocale>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "cli/dump_format.h"
+#include "wzss/host/file_stream.h"
+#include "wzss/host/services.h"
+#include "wzss/host/walker.h"
+
+extern "C" void wzGetSSReaderInterface(SSReaderInterface* table);
+
+namespace wzss {
+namespace {
+
+namespace fs = std::filesystem;
+
+struct DumpLines : host::SheetVisitor {
+  std::vector<std::string> lines;
+  void beginSheet(const host::SheetInfo& sheet) override { lines.push_back(cli::sheetLine(sheet)); }
+  bool item(const host::SheetInfo&, host::Item& item) override {
+    lines.push_back(cli::itemLine(item));
+    return true;
+  }
+};
+
+std::vector<std::string> dump(const fs::path& book) {
+  SSReaderInterface table{};
+  wzGetSSReaderInterface(&table);
+  auto file = host::FileStream::open(book.string());
+  EXPECT_NE(file, nullptr) << book;
+  if (!file) return {};
+  host::Services services;
+  services.setBaseFolder(book.parent_path().string());
+  host::WalkOptions options;
+  options.placeEmptyCells = false;
+  DumpLines visitor;
+  {
+    host::Walker walker(table, file->get(), services.get(), options);
+    EXPECT_TRUE(walker.open().ok()) << book;
+    EXPECT_TRUE(walker.walkAll(visitor).ok()) << book;
+  }
+  EXPECT_EQ(services.stats().liveBlocks, 0u) << book;
+  return visitor.lines;
+}
+
+std::vector<std::string> linesOf(const fs::path& path) {
+  std::ifstream in(path);
+  std::vector<std::string> lines;
+  for (std::string line; std::getline(in, line);) lines.push_back(line);
+  return lines;
+}
+
+struct LocaleGuard {
+  ~LocaleGuard() { std::setlocale(LC_ALL, "C"); }
+};
+
+TEST(GoldenDump, EveryWorkbookInEveryLocale) {
+  LocaleGuard guard;
+  std::vector<fs::path> books;
+  for (const auto& entry : fs::directory_iterator(WZSS_READER_DATA_DIR))
+    if (entry.path().extension() == ".wzs") books.push_back(entry.path());
+  ASSERT_GE(books.size(), 5u);
+  std::sort(books.begin(), books.end());
+  for (const char* locale : {"C", "de_DE.UTF-8"}) {
+    if (std::setlocale(LC_ALL, locale) == nullptr) {
+      ADD_FAILURE() << "the " << locale << " locale is not installed";
+      continue;
+    }
+    for (const fs::path& book : books) {
+      const auto want = linesOf(fs::path(WZSS_READER_GOLDEN_DIR) / book.stem() += ".dump");
+      const auto got = dump(book);
+      for (size_t i = 0; i < std::max(want.size(), got.size()); ++i) {
+        const std::string w = i < want.size() ? want[i] : "<end>";
+        const std::string g = i < got.size() ? got[i] : "<end>";
+        ASSERT_EQ(g, w) << book.filename() << " line " << i + 1 << " in locale " << locale;
+      }
+    }
+  }
+}
+
+}  // namespace
+}  // namespace wzss
