@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <tuple>
 
+#include "cli/csv_sheet.h"
 #include "wzss/host/values.h"
 
 namespace wzss::cli {
@@ -426,15 +427,6 @@ std::string CsvSheet::text() {
   std::string out;
   write(out);
   return out;
-}
-
-std::string csvText(const SheetModel& sheet, const CsvOptions& options) {
-  CsvSheet csv(options);
-  for (const Run& run : sheet.hiddenRows) csv.hideRows(run);
-  for (const Run& run : sheet.hiddenColumns) csv.hideColumns(run);
-  for (const auto& [position, cell] : sheet.cells)
-    if (!cell.formattedEmpty) csv.addShown(position.first, position.second, cell.text);
-  return csv.text();
 }
 
 host::Status writeCsvSheets(const SSReaderInterface& table, const std::string& path,

@@ -28,8 +28,48 @@ constexpr uint32_t kMaxPaddingRows = 200;
 constexpr uint32_t kMaxPaddingColumns = 52;
 constexpr uint32_t kWhite = 0xFFFFFF;
 constexpr uint32_t kBlack = 0;
-constexpr std::string_view kProbeNonce = "wzss-probe";
 constexpr std::string_view kReplacementCharacter = "&#xFFFD;";
+
+// Text for HTML content and attribute values: & < > " ' as references, and
+// control characters other than tab, CR and LF as U+FFFD.
+std::string htmlEscape(std::string_view text) {
+  std::string out;
+  out.reserve(text.size());
+  for (const char ch : text) {
+    const auto byte = static_cast<unsigned char>(ch);
+    switch (ch) {
+      case '&': out += "&amp;"; break;
+      case '<': out += "&lt;"; break;
+      case '>': out += "&gt;"; break;
+      case '"': out += "&quot;"; break;
+      case '\'': out += "&#39;"; break;
+      case '\t':
+      case '\n':
+      case '\r': out += ch; break;
+      default:
+        if (byte < 0x20 || byte == 0x7F)
+          out += kReplacementCharacter;
+        else
+          out += ch;
+    }
+  }
+  return out;
+}
+
+// A double-quoted CSS string: quotes, backslashes, '<', '>' and control
+// characters as hex escapes, so it cannot end the string or the style element.
+std::string cssString(std::string_view text) {
+  std::string out = "\"";
+  for (const char ch : text) {
+    const auto byte = static_cast<unsigned char>(ch);
+    if (ch == '"' || ch == '\\' || ch == '<' || ch == '>' || ch == '&' || byte < 0x20 || byte == 0x7F)
+      out += fmt::format("\\{:x} ", byte);  // the blank ends the escape
+    else
+      out += ch;
+  }
+  out += '"';
+  return out;
+}
 
 // Border style bytes as the plug-in delivers them (style numbers 1..5 of
 // the attribute give 5, 6, 7, 1, 8; the bottom side always 8).
@@ -382,11 +422,10 @@ std::string tabRules(size_t count) {
   return css;
 }
 
-std::string contentPolicy(bool probe) {
+std::string contentPolicy() {
   std::string policy =
       "default-src 'none'; style-src 'unsafe-inline'; img-src data:; base-uri 'none'; "
       "form-action 'none'";
-  if (probe) policy += fmt::format("; script-src 'nonce-{}'", kProbeNonce);
   return policy;
 }
 
@@ -394,46 +433,8 @@ std::string contentPolicy(bool probe) {
 
 uint32_t twipsToPixels(uint32_t twips) { return (twips + kTwipsPerPixel / 2) / kTwipsPerPixel; }
 
-std::string htmlEscape(std::string_view text) {
-  std::string out;
-  out.reserve(text.size());
-  for (const char ch : text) {
-    const auto byte = static_cast<unsigned char>(ch);
-    switch (ch) {
-      case '&': out += "&amp;"; break;
-      case '<': out += "&lt;"; break;
-      case '>': out += "&gt;"; break;
-      case '"': out += "&quot;"; break;
-      case '\'': out += "&#39;"; break;
-      case '\t':
-      case '\n':
-      case '\r': out += ch; break;
-      default:
-        if (byte < 0x20 || byte == 0x7F)
-          out += kReplacementCharacter;
-        else
-          out += ch;
-    }
-  }
-  return out;
-}
-
-std::string cssString(std::string_view text) {
-  std::string out = "\"";
-  for (const char ch : text) {
-    const auto byte = static_cast<unsigned char>(ch);
-    if (ch == '"' || ch == '\\' || ch == '<' || ch == '>' || ch == '&' || byte < 0x20 || byte == 0x7F)
-      out += fmt::format("\\{:x} ", byte);  // the blank ends the escape
-    else
-      out += ch;
-  }
-  out += '"';
-  return out;
-}
-
 std::string workbookHtml(const WorkbookModel& book, const HtmlOptions& options) {
   const std::string title = std::filesystem::path(book.path).filename().string();
-  const bool probe = !options.probeScript.empty();
   StyleClasses styles;
   std::string sheetCss;
   std::string sections;
@@ -445,7 +446,7 @@ std::string workbookHtml(const WorkbookModel& book, const HtmlOptions& options) 
       "<meta http-equiv=\"Content-Security-Policy\" content=\"{}\">\n"
       "<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\">\n"
       "<meta name=\"generator\" content=\"wzss\">\n<title>{}</title>\n<style>\n",
-      contentPolicy(probe), htmlEscape(title));
+      contentPolicy(), htmlEscape(title));
   out += kBaseCss;
   out += tabRules(book.sheets.size());
   out += sheetCss;
@@ -460,7 +461,6 @@ std::string workbookHtml(const WorkbookModel& book, const HtmlOptions& options) 
   out += "</nav></header>\n<main>\n";
   out += sections;
   out += "</main>\n";
-  if (probe) out += fmt::format("<script nonce=\"{}\">\n{}\n</script>\n", kProbeNonce, options.probeScript);
   out += "</body>\n</html>\n";
   return out;
 }

@@ -25,20 +25,10 @@ struct HtmlOptions {
   // first in the output numbering.
   std::optional<uint32_t> titleRows;
   std::optional<uint32_t> titleColumns;
-  // For tests only: a script run by the page (allowed by a nonce in the
-  // page's policy). The converter itself never sets it.
-  std::string probeScript;
 };
 
 // twips to CSS pixels at 96 per inch (1440 twips per inch).
 uint32_t twipsToPixels(uint32_t twips);
-
-// Text for HTML content and attribute values: & < > " ' as references, and
-// control characters other than tab, CR and LF as U+FFFD.
-std::string htmlEscape(std::string_view text);
-// A double-quoted CSS string: quotes, backslashes, '<', '>' and control
-// characters as hex escapes, so it cannot end the string or the style element.
-std::string cssString(std::string_view text);
 
 std::string workbookHtml(const WorkbookModel& book, const HtmlOptions& options);
 

@@ -4,13 +4,12 @@
 #include <random>
 #include <set>
 
-#include "cli/csv_writer.h"
+#include "cli/csv_sheet.h"
 #include "convert_fixture.h"
 
 namespace wzss::cli {
 namespace {
 
-using convert_test::sheetOf;
 using convert_test::textCell;
 
 CsvOptions hiddenKept(bool keep) {
@@ -19,27 +18,13 @@ CsvOptions hiddenKept(bool keep) {
   return options;
 }
 
-// Texts with several marks, and those with none; one mark at every place is
-// the next test's.
-TEST(CsvField, QuotesOnlyWhatNeedsQuoting) {
-  const struct {
-    const char* text;
-    const char* field;
-  } cases[] = {
-      {"plain", "plain"},           {"", ""},
-      {" padded ", " padded "},     {"say \"hi\"", "\"say \"\"hi\"\"\""},
-      {"both\r\n", "\"both\r\n\""}, {"semi;colon\ttab", "semi;colon\ttab"},
-  };
-  for (const auto& c : cases) EXPECT_EQ(csvField(c.text), c.field) << c.text;
-}
-
 // Every mark at every place of texts up to 24 bytes long is found, among
 // neighbours just below and above a mark's value and bytes with the high
-// bit set.
-TEST(CsvField, FindsAMarkAnywhere) {
+// bit set; a text without marks, the empty one included, stays as it is.
+TEST(CsvField, QuotesExactlyTheTextsWithAMark) {
   const char marks[] = {',', '"', '\r', '\n'};
-  const char neighbours[] = {'a',    '+',    '-',    '!',    '#',   '\x0b',
-                             '\x0c', '\x0e', '\x80', '\xac', '\xff'};
+  const char neighbours[] = {'a', '+', '-', '!', '#', '\x0b', '\x0c', '\x0e', '\x80', '\xac', '\xff'};
+  EXPECT_EQ(csvField(""), "");
   for (size_t length = 1; length <= 24; ++length) {
     for (const char neighbour : neighbours) {
       const std::string plain(length, neighbour);
@@ -55,85 +40,6 @@ TEST(CsvField, FindsAMarkAnywhere) {
       }
     }
   }
-}
-
-// A sheet's CSV runs from A1 to its last text: cells with only a style do
-// not extend it, and hidden rows and columns are left out or, on request,
-// kept as empty fields.
-TEST(WriteCsv, RunsFromA1ToTheLastTextWithoutHiddenLines) {
-  // Row 2 and column B hidden; texts in each corner of a 3 x 3 grid.
-  host::Cell hidden;  // the plug-in delivers hidden cells without text
-  hidden.row = 2;
-  hidden.column = 1;
-  hidden.hasFont = 1;
-  const SheetModel grid = sheetOf(host::RowRun{2, 2, 0}, host::ColumnRun{2, 2, 0},
-                                  textCell(1, 1, "a,1"), textCell(1, 3, "c\"1"), hidden,
-                                  textCell(3, 1, "multi\r\nline"), textCell(3, 3, "c3"));
-  host::Cell styledOnly;
-  styledOnly.row = 9;
-  styledOnly.column = 9;
-  styledOnly.hasBorder = 1;
-  const struct {
-    const char* name;
-    SheetModel sheet;
-    CsvOptions options;
-    const char* csv;
-  } cases[] = {
-      {"hidden lines left out", grid, {}, "\"a,1\",\"c\"\"1\"\r\n\"multi\r\nline\",c3\r\n"},
-      {"hidden lines kept as empty fields",
-       grid,
-       hiddenKept(true),
-       "\"a,1\",,\"c\"\"1\"\r\n,,\r\n\"multi\r\nline\",,c3\r\n"},
-      {"from A1 to the last text", sheetOf(textCell(2, 3, "x"), styledOnly), {}, ",,\r\n,,x\r\n"},
-      {"no text, no record", sheetOf(host::RowRun{1, 1, 300}), {}, ""},
-  };
-  for (const auto& c : cases) EXPECT_EQ(csvText(c.sheet, c.options), c.csv) << c.name;
-}
-
-// Cells gathered as they arrive: in order, out of order (a workbook may list
-// its cell lines in any order), twice for one position (the later line
-// wins, even without text), and formatted empty cells, which show nothing.
-TEST(CsvSheet, GathersCellsInAnyOrder) {
-  host::Cell formattedEmpty;
-  formattedEmpty.row = 1;
-  formattedEmpty.column = 1;
-  formattedEmpty.hasBorder = 1;
-  host::Cell textless = textCell(2, 2, "");
-  textless.text.reset();
-  const struct {
-    const char* name;
-    std::vector<host::Cell> cells;
-    const char* csv;
-  } cases[] = {
-      {"in order",
-       {textCell(1, 1, "a"), textCell(1, 2, "b"), textCell(2, 1, "c")},
-       "a,b\r\nc,\r\n"},
-      {"rows reversed",
-       {textCell(2, 1, "c"), textCell(1, 2, "b"), textCell(1, 1, "a")},
-       "a,b\r\nc,\r\n"},
-      {"columns reversed within a row", {textCell(1, 3, "z"), textCell(1, 1, "x")}, "x,,z\r\n"},
-      {"the later line wins",
-       {textCell(1, 1, "old"), textCell(1, 2, "b"), textCell(1, 1, "new")},
-       "new,b\r\n"},
-      {"a later line without text empties the field",
-       {textCell(2, 2, "gone"), textCell(1, 1, "a"), textless},
-       "a\r\n"},
-      {"a formatted empty cell changes nothing",
-       {textCell(1, 1, "kept"), formattedEmpty},
-       "kept\r\n"},
-  };
-  for (const auto& c : cases) {
-    CsvSheet sheet;
-    for (const host::Cell& cell : c.cells) sheet.add(host::Item(cell));
-    EXPECT_EQ(sheet.text(), c.csv) << c.name;
-  }
-  // Hidden runs reach the sheet before its cells do.
-  CsvSheet hidden;
-  hidden.add(host::Item(host::RowRun{1, 1, 0}));
-  hidden.add(host::Item(host::ColumnRun{1, 1, 0}));
-  hidden.add(host::Item(textCell(2, 2, "d")));
-  hidden.add(host::Item(textCell(1, 1, "a")));
-  EXPECT_EQ(hidden.text(), "d\r\n");
 }
 
 // What a sheet's CSV is, written plainly: the last line for a position

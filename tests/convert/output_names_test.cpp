@@ -6,6 +6,7 @@
 
 #include <thread>
 
+#include "cli/csv_sheet.h"
 #include "cli/output_files.h"
 #include "cli/output_names.h"
 #include "convert_fixture.h"
