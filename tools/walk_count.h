@@ -1,5 +1,5 @@
 // The counting walk behind `wzwalk`: every item of every sheet pulled
-// through the plug-in's entry points, with a host that only counts cells and
+// through the host kit's Walker, with a visitor that only counts cells and
 // sums the lengths of their texts. It is the reader's own cost with the
 // least a host can add, the figure the whole-file benchmark compares with
 // the floor and with `wzss csv`.
@@ -29,7 +29,7 @@ struct WalkCounts {
 };
 
 enum class WalkMode {
-  Direct,  // the entry points called straight, a text buffer reused for every cell
+  Direct,  // the Walker at its lightest: no cell styles, no document survey, no renumbering
   Walker,  // the host kit's Walker with a counting visitor
   Types,   // the Walker, and each non-empty text's inferred value type counted
 };

@@ -3,9 +3,10 @@
 //
 //   wzwalk [--walker|--types] [--plugin LIBWZSS.so] FILE
 //
-// By default the entry points are the ones linked into this program and the
-// host is the least a host can be (a reused text buffer, a fill counter);
-// --walker goes through the host kit's Walker instead, --types too and
+// By default the entry points are the ones linked into this program, walked
+// by the host kit's Walker at its lightest (no cell styles, no second read
+// of the document, items as the plug-in numbers them); --walker uses the
+// Walker's defaults, as `wzss` does, --types too and
 // counts the texts by the value type inferred from them, --plugin loads the
 // shared library the way `wzss` does.
 #include <cstdio>

@@ -89,7 +89,8 @@ std::vector<std::string> computedStyle(const std::string& dom, const std::string
 std::string withProbe(std::string page) {
   const std::string policyEnd = "form-action 'none'";
   page.insert(page.find(policyEnd) + policyEnd.size(), "; script-src 'nonce-probe'");
-  page.insert(page.rfind("</body>"), std::string("<script nonce=\"probe\">") + kProbeScript + "</script>\n");
+  page.insert(page.rfind("</body>"),
+              std::string("<script nonce=\"probe\">") + kProbeScript + "</script>\n");
   return page;
 }
 
@@ -130,8 +131,8 @@ class BrowserTest : public ::testing::Test {
 TEST_F(BrowserTest, ThePageShowsStyledSheetsWithoutRunningHostileText) {
   HtmlOptions options;
   options.titleRows = 1;
-  const std::string dom =
-      browser_.dumpDom(writePage("probe.html", withProbe(workbookHtml(convert_test::styledBook(), options))));
+  const std::string dom = browser_.dumpDom(
+      writePage("probe.html", withProbe(workbookHtml(convert_test::styledBook(), options))));
   ASSERT_NE(dom.find("data-computed"), std::string::npos) << "the probe did not run";
   // The hostile cell stayed text: no element came of it, the title is ours.
   EXPECT_NE(dom.find("&lt;script&gt;document.title=\"pwned\"&lt;/script&gt;&lt;img src=x"),

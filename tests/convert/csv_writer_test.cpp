@@ -23,7 +23,8 @@ CsvOptions hiddenKept(bool keep) {
 // bit set; a text without marks, the empty one included, stays as it is.
 TEST(CsvField, QuotesExactlyTheTextsWithAMark) {
   const char marks[] = {',', '"', '\r', '\n'};
-  const char neighbours[] = {'a', '+', '-', '!', '#', '\x0b', '\x0c', '\x0e', '\x80', '\xac', '\xff'};
+  const char neighbours[] = {'a',    '+',    '-',    '!',    '#',   '\x0b',
+                             '\x0c', '\x0e', '\x80', '\xac', '\xff'};
   EXPECT_EQ(csvField(""), "");
   for (size_t length = 1; length <= 24; ++length) {
     for (const char neighbour : neighbours) {

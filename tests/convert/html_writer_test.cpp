@@ -46,8 +46,10 @@ TEST(WorkbookHtml, PagesMatchTheirGoldens) {
     const char* name;
     WorkbookModel book;
     HtmlOptions options;
-  } pages[] = {{"styled", styledBook(), {}},       {"titles", titlesBook(), {}},
-               {"no_titles", titlesBook(), noTitles}, {"tall_titles", tall, threeTitles},
+  } pages[] = {{"styled", styledBook(), {}},
+               {"titles", titlesBook(), {}},
+               {"no_titles", titlesBook(), noTitles},
+               {"tall_titles", tall, threeTitles},
                {"tallest_titles", tallest, threeTitles}};
   for (const auto& page : pages) {
     const std::string golden = std::string(WZSS_CONVERT_GOLDEN_DIR) + "/" + page.name + ".html";

@@ -1,5 +1,5 @@
 // The built libwzss.so, loaded by path as a host loads it, walked over every
-// sample workbook: the call order holds, every object's content can be read,
+// sample workbook: every object's content can be read,
 // and no block the plug-in obtained is left alive, also when allocations fail.
 #include <gtest/gtest.h>
 
@@ -31,45 +31,20 @@ const Plugin& plugin() {
   return *loaded;
 }
 
-// Checks the order of items and reads every object's drawing.
-struct OrderChecker : SheetVisitor {
-  std::vector<std::string> problems;
+// Counts what arrives and reads every object's drawing; the order and the
+// content of the items are the golden dumps' to check.
+struct Counter : SheetVisitor {
   uint64_t cells = 0, objects = 0;
   uint64_t drawingStreams = 0;  // the plug-in's own streams (they have a line filter)
-  size_t index = 0;             // within the sheet
-  int phase = 0;                // 0 runs, 1 objects, 2 cells: items never go back
-
-  void beginSheet(const SheetInfo&) override { index = 0, phase = 0; }
-  bool item(const SheetInfo& sheet, Item& item) override {
-    const std::string where =
-        "sheet " + std::to_string(sheet.number) + " item " + std::to_string(index);
-    if (index == 0 && !std::holds_alternative<Settings>(item))
-      problems.push_back(where + ": not settings");
-    if (index == 1 && !std::holds_alternative<Option>(item))
-      problems.push_back(where + ": not option");
-    int itemPhase = 0;
+  bool item(const SheetInfo&, Item& item) override {
+    cells += std::holds_alternative<Cell>(item);
     if (auto* object = std::get_if<Object>(&item)) {
-      itemPhase = 1;
       ++objects;
-      if (!object->hasDescriptor) problems.push_back(where + ": object without descriptor");
-      if (StreamInterface* content = object->content.stream()) {
-        if (content->FilterLine != nullptr) ++drawingStreams;
-        if (!readContentLines(content, [](std::string_view, bool) {}))
-          problems.push_back(where + ": drawing cannot be opened");
-      }
-    } else if (auto* cell = std::get_if<Cell>(&item)) {
-      itemPhase = 2;
-      ++cells;
-      // Converted to UTF-8, a text with bytes above 0x7F may grow.
-      const bool ascii = cell->text && std::all_of(cell->text->begin(), cell->text->end(),
-                                                   [](char c) { return c >= 0; });
-      if (cell->text && (ascii ? cell->text->size() + 1 != cell->textLength
-                               : cell->text->size() + 1 < cell->textLength))
-        problems.push_back(where + ": text length differs from textLength");
+      StreamInterface* content = object->content.stream();
+      if (content == nullptr) return true;
+      if (content->FilterLine != nullptr) ++drawingStreams;
+      EXPECT_TRUE(readContentLines(content, [](std::string_view, bool) {}));
     }
-    if (itemPhase < phase) problems.push_back(where + ": item after a later phase");
-    phase = std::max(phase, itemPhase);
-    ++index;
     return true;
   }
 };
@@ -77,7 +52,7 @@ struct OrderChecker : SheetVisitor {
 struct Walked {
   bool opened = false;
   std::string error;
-  OrderChecker checker;
+  Counter checker;
   uint64_t allocations = 0;
   uint64_t liveAfterwards = 0;
 };
@@ -111,17 +86,14 @@ class SampleTest : public testing::TestWithParam<std::string> {
   void SetUp() override { ASSERT_TRUE(plugin().ok()) << plugin().error(); }
 };
 
-TEST_P(SampleTest, WalksEverySheetInOrderAndLeavesNothingAlive) {
-  const Walked walked = walk(GetParam());
-  ASSERT_TRUE(walked.opened) << walked.error;
-  EXPECT_TRUE(walked.error.empty()) << walked.error;
-  EXPECT_TRUE(walked.checker.problems.empty()) << walked.checker.problems.front();
-  EXPECT_GT(walked.checker.cells, 0u);
-  EXPECT_EQ(walked.liveAfterwards, 0u);
-}
-
-TEST_P(SampleTest, ReaderFlagSuppressesObjectsAndSheetFlagTheirStreams) {
+// Every sheet walked, nothing left alive; the reader flag suppresses
+// objects and the sheet flag their streams.
+TEST_P(SampleTest, WalksEverySheetAndHonoursTheFlags) {
   const Walked full = walk(GetParam());
+  ASSERT_TRUE(full.opened) << full.error;
+  EXPECT_TRUE(full.error.empty()) << full.error;
+  EXPECT_GT(full.checker.cells, 0u);
+  EXPECT_EQ(full.liveAfterwards, 0u);
   WalkOptions noObjectItems, noObjectStreams;
   noObjectItems.readerFlags = WZSS_READER_NO_OBJECTS;
   noObjectStreams.sheetFlags = WZSS_SHEET_NO_OBJECT_STREAMS;

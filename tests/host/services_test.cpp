@@ -8,6 +8,8 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <map>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -24,74 +26,62 @@ struct Memory {
   const AllocationStats& stats() const { return services.stats(); }
 };
 
-TEST(ServicesTest, CountsLiveBlocksBytesAndPeak) {
-  Memory m;
-  void* first = m.alloc(100);
-  void* second = m.calloc(10, 30);
-  ASSERT_NE(first, nullptr);
-  ASSERT_NE(second, nullptr);
-  EXPECT_EQ(m.stats().liveBlocks, 2u);
-  EXPECT_EQ(m.stats().liveBytes, 400u);
-  m.free(first);
-  EXPECT_EQ(m.stats().liveBlocks, 1u);
-  EXPECT_EQ(m.stats().liveBytes, 300u);
-  EXPECT_EQ(m.stats().peakBytes, 400u);
-  second = m.realloc(second, 1000);
-  ASSERT_NE(second, nullptr);
-  EXPECT_EQ(m.stats().liveBytes, 1000u);
-  EXPECT_EQ(m.stats().peakBytes, 1000u);
-  m.free(second);
-  m.free(nullptr);
-  EXPECT_EQ(m.stats().liveBlocks, 0u);
-  EXPECT_EQ(m.stats().liveBytes, 0u);
-  EXPECT_EQ(m.stats().allocations, 3u);
-}
-
-TEST(ServicesTest, CallocZeroesAndReallocKeepsTheContents) {
-  Memory m;
-  auto* zeroed = static_cast<unsigned char*>(m.calloc(64, 4));
-  ASSERT_NE(zeroed, nullptr);
-  for (int i = 0; i < 256; ++i) ASSERT_EQ(zeroed[i], 0) << i;
-  std::memcpy(zeroed, "keep me", 8);
-  auto* grown = static_cast<char*>(m.realloc(zeroed, 100000));
-  ASSERT_NE(grown, nullptr);
-  EXPECT_STREQ(grown, "keep me");
-  auto* shrunk = static_cast<char*>(m.realloc(grown, 8));
-  ASSERT_NE(shrunk, nullptr);
-  EXPECT_STREQ(shrunk, "keep me");
-  m.free(shrunk);
-  void* fresh = m.realloc(nullptr, 16);  // Realloc of null allocates
-  EXPECT_NE(fresh, nullptr);
-  EXPECT_EQ(m.stats().liveBlocks, 1u);
-  m.free(fresh);
-}
-
-// Small blocks are kept for reuse after Free: a reused block must behave
-// like a fresh one of the size asked for.
-TEST(ServicesTest, ReusedSmallBlocksBehaveLikeFreshOnes) {
-  Memory m;
-  for (uint32_t size : {1u, 15u, 16u, 17u, 200u, 256u}) {
-    SCOPED_TRACE(size);
-    auto* dirty = static_cast<unsigned char*>(m.alloc(size));
-    ASSERT_NE(dirty, nullptr);
-    std::memset(dirty, 0xFF, size);
-    m.free(dirty);
-    auto* zeroed = static_cast<unsigned char*>(m.calloc(1, size));
-    ASSERT_NE(zeroed, nullptr);
-    for (uint32_t i = 0; i < size; ++i) ASSERT_EQ(zeroed[i], 0) << i;
-    // Growing out of the block's class and back keeps the contents.
-    std::memset(zeroed, 'a', size);
-    auto* grown = static_cast<unsigned char*>(m.realloc(zeroed, size + 300));
-    ASSERT_NE(grown, nullptr);
-    for (uint32_t i = 0; i < size; ++i) ASSERT_EQ(grown[i], 'a') << i;
-    auto* shrunk = static_cast<unsigned char*>(m.realloc(grown, 1));
-    ASSERT_NE(shrunk, nullptr);
-    EXPECT_EQ(shrunk[0], 'a');
-    EXPECT_EQ(m.stats().liveBytes, 1u);
-    m.free(shrunk);
+// The allocator against a plain model of its blocks, over random calls of
+// every kind and size (small ones are reused after Free): each block keeps
+// its bytes through Realloc, Calloc zeroes even a reused block, the counts
+// and the peak follow the model (a resize never counts both blocks), and a
+// failed call, once per round at a chosen call number, returns null and
+// changes nothing (a refused Realloc keeps the old block).
+TEST(ServicesTest, AgreesWithAPlainModelOfItsBlocks) {
+  std::mt19937 random(3);
+  for (uint64_t failing = 0; failing <= 60; failing += 3) {
+    Memory m;
+    m.services.failAllocation(failing);
+    std::map<unsigned char*, std::string> blocks;  // block -> the bytes it must hold
+    uint64_t live = 0, peak = 0, calls = 0;
+    for (int step = 0; step < 60; ++step) {
+      const uint32_t size = 1 + random() % (random() % 4 == 0 ? 5000 : 300);
+      const int kind = random() % 4;
+      auto victim =
+          blocks.empty() ? blocks.end() : std::next(blocks.begin(), random() % blocks.size());
+      if (kind == 3 && victim != blocks.end()) {
+        live -= victim->second.size();
+        m.free(victim->first);
+        blocks.erase(victim);
+        continue;
+      }
+      const bool resize = kind == 2 && victim != blocks.end();
+      unsigned char* block = static_cast<unsigned char*>(
+          kind == 0   ? m.alloc(size)
+          : kind == 1 ? m.calloc(1, size)
+                      : m.realloc(resize ? victim->first : nullptr, size));
+      ASSERT_EQ(block == nullptr, ++calls == failing) << "call " << calls;
+      ASSERT_EQ(m.stats().liveBytes,
+                block == nullptr ? live : live + size - (resize ? victim->second.size() : 0));
+      if (block == nullptr) continue;
+      const size_t kept = kind == 1 ? size
+                          : resize  ? std::min<size_t>(size, victim->second.size())
+                                    : 0;
+      const std::string expected = kind == 1 ? std::string(size, '\0')
+                                   : resize  ? victim->second
+                                             : "";
+      ASSERT_EQ(std::memcmp(block, expected.data(), kept), 0) << "call " << calls;
+      if (resize) {
+        live -= victim->second.size();
+        blocks.erase(victim);
+      }
+      std::memset(block, 'a' + step % 26, size);
+      blocks[block] = std::string(size, static_cast<char>('a' + step % 26));
+      live += size;
+      peak = std::max(peak, live);
+    }
+    EXPECT_EQ(m.stats().liveBlocks, blocks.size());
+    EXPECT_EQ(m.stats().peakBytes, peak);
+    EXPECT_EQ(m.stats().allocations, calls);
+    for (auto& [block, bytes] : blocks) m.free(block);
+    m.free(nullptr);
+    EXPECT_EQ(m.stats().liveBlocks, 0u);
   }
-  EXPECT_EQ(m.stats().liveBlocks, 0u);
-  EXPECT_EQ(m.stats().peakBytes, 556u);  // 256 + 300: a resize never counts both blocks
 }
 
 TEST(ServicesDeathTest, FreeingAReusableBlockTwiceAborts) {
