@@ -39,21 +39,16 @@ void MatchKeywordPrologueMix(benchmark::State& state) {
 }
 BENCHMARK(MatchKeywordPrologueMix);
 
-// A sheet reader that only has what wzDisect uses: the stream and the line.
-struct DisectSheet {
-  std::unique_ptr<SheetReader> sheet = std::make_unique<SheetReader>();
-  explicit DisectSheet(StreamInterface* stream) { sheet->stream = stream; }
-};
-
 void runDisect(benchmark::State& state, StreamInterface* stream, uint32_t start) {
-  DisectSheet reader(stream);
+  char line[kLineSize] = {};
+  char* attrText = nullptr;
   stream->Open(stream);
   stream->Seek(stream, static_cast<int32_t>(start), 0);
   int32_t sheet = 0, row = 0, column = 0;
   uint64_t cells = 0, bytes = 0;
   uint32_t before = stream->Tell(stream);
   for (auto _ : state) {
-    if (!wzDisect(reader.sheet.get(), &sheet, &row, &column)) {
+    if (!wzDisect(stream, line, &attrText, &sheet, &row, &column)) {
       bytes += stream->Tell(stream) - before;
       stream->Seek(stream, static_cast<int32_t>(start), 0);
       before = start;

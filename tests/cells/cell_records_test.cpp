@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "interface/records.h"
+#include "core/records.h"
 #include "support/internals.h"
 #include "support/test_host.h"
 

@@ -17,7 +17,7 @@
 // into namespace wzss.
 #include "support/test_host.h"
 
-#include "interface/records.h"
+#include "core/records.h"
 
 namespace wzss::test {
 

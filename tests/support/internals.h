@@ -2,7 +2,7 @@
 // look inside a reader or sheet they drove through the entry points.
 #pragma once
 
-#include "interface/records.h"
+#include "core/records.h"
 #include "wzss/reader_abi.h"
 
 namespace wzss::test {

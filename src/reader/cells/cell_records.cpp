@@ -105,7 +105,7 @@ struct CellLine {
 // the input.
 int readCellLine(SheetReader* sheet, SheetItemCell* cell, CellLine* line) {
   for (;;) {
-    if (!wzDisect(sheet, &line->sheetNumber, &line->row, &line->column)) return 0;
+    if (!wzDisect(sheet->stream, sheet->line, &sheet->attrText, &line->sheetNumber, &line->row, &line->column)) return 0;
     line->valueText = findValueText(sheet->attrText);
     int border = 0;
     wzGetFillAndBorder(sheet, sheet->attrText, &cell->hasFill, &border);

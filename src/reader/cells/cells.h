@@ -5,31 +5,9 @@
 
 #include <cstdint>
 
-#include "interface/records.h"
+#include "core/records.h"
 
 namespace wzss {
-
-// Number format codes.
-enum FormatCode : int32_t {
-  FRMT_LABEL = 0,
-  FRMT_DATE = 1,
-  FRMT_COMMA = 17,
-  FRMT_CURRENCY = 18,
-  FRMT_FIXED = 19,
-  FRMT_TIME12_HMS = 20,
-  FRMT_TIME12_HM = 21,
-  FRMT_TIME24_HMS = 22,
-  FRMT_TIME24_HM = 23,
-  FRMT_BAR = 24,
-  FRMT_GENERAL = 25,
-  FRMT_BOOLEAN = 26,
-  FRMT_PERCENT = 27,
-  FRMT_SCIENTIFIC = 28,
-  FRMT_STRING = 29,
-};
-
-// Decimals value that asks for derivation from the value text.
-inline constexpr int32_t kFloatingDecimals = 10;
 
 // Number format item at the start of an attribute text. The scan may run
 // past the attribute text over the rest of the line (floating decimals).

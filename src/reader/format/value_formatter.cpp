@@ -16,23 +16,6 @@
 namespace wzss {
 namespace {
 
-// FormatCode values this formatter tells apart.
-constexpr uint32_t kLabel = 0;
-constexpr uint32_t kDate = 1;
-constexpr uint32_t kComma = 17;
-constexpr uint32_t kCurrency = 18;
-constexpr uint32_t kFixed = 19;
-constexpr uint32_t kTime12Hms = 20;
-constexpr uint32_t kTime12Hm = 21;
-constexpr uint32_t kTime24Hms = 22;
-constexpr uint32_t kTime24Hm = 23;
-constexpr uint32_t kBar = 24;
-constexpr uint32_t kGeneral = 25;
-constexpr uint32_t kBoolean = 26;
-constexpr uint32_t kPercent = 27;
-constexpr uint32_t kScientific = 28;
-constexpr uint32_t kString = 29;
-
 // A display text holds at most this many characters; longer ones are cut.
 constexpr uint32_t kMaxDisplay = kWorkSize - 1;
 
@@ -321,8 +304,8 @@ uint32_t formatTime(char* work, double number, uint32_t formatCode) {
   int16_t second;
   wzGetTime(number, &hour, &minute, &second);
 
-  const bool twelveHour = formatCode == kTime12Hms || formatCode == kTime12Hm;
-  const bool seconds = formatCode == kTime12Hms || formatCode == kTime24Hms;
+  const bool twelveHour = formatCode == FRMT_TIME12_HMS || formatCode == FRMT_TIME12_HM;
+  const bool seconds = formatCode == FRMT_TIME12_HMS || formatCode == FRMT_TIME24_HMS;
   // The 12-hour clock: 0 is 12 AM, 12 is 12 PM, 24 (the end of the day) too.
   const char* half = "AM";
   int32_t shownHour = hour;
@@ -367,19 +350,19 @@ void cutAfterFirstBlank(char* text) {
 uint32_t formatByCode(char* work, char* text, double number, uint32_t formatCode, int32_t decimals,
                       int32_t dateStyle) {
   switch (formatCode) {
-    case kDate: return formatDate(work, text, number, dateStyle);
-    case kComma: return formatComma(work, number, decimals);
-    case kCurrency: return formatCurrency(work, number, decimals);
-    case kFixed: return printFloat(work, number, decimals, std::chars_format::fixed);
-    case kTime12Hms:
-    case kTime12Hm:
-    case kTime24Hms:
-    case kTime24Hm: return formatTime(work, number, formatCode);
-    case kBar: return formatBar(work, number);
-    case kGeneral: return formatGeneral(work, text, number, decimals);
-    case kBoolean: return formatBoolean(work, number);
-    case kPercent: return formatPercent(work, number, decimals);
-    case kScientific: return formatScientific(work, number, decimals);
+    case FRMT_DATE: return formatDate(work, text, number, dateStyle);
+    case FRMT_COMMA: return formatComma(work, number, decimals);
+    case FRMT_CURRENCY: return formatCurrency(work, number, decimals);
+    case FRMT_FIXED: return printFloat(work, number, decimals, std::chars_format::fixed);
+    case FRMT_TIME12_HMS:
+    case FRMT_TIME12_HM:
+    case FRMT_TIME24_HMS:
+    case FRMT_TIME24_HM: return formatTime(work, number, formatCode);
+    case FRMT_BAR: return formatBar(work, number);
+    case FRMT_GENERAL: return formatGeneral(work, text, number, decimals);
+    case FRMT_BOOLEAN: return formatBoolean(work, number);
+    case FRMT_PERCENT: return formatPercent(work, number, decimals);
+    case FRMT_SCIENTIFIC: return formatScientific(work, number, decimals);
     default: return copyCut(work, text);  // labels, strings, 2..16, unknown codes
   }
 }
@@ -418,7 +401,7 @@ enum class NextLine { kTaken, kLeft, kStreamLost };
 NextLine nextLineForComplete(StreamInterface* stream, uint32_t formatCode) {
   const uint32_t position = streamTell(stream);
   char first = 0;
-  const bool blank = formatCode == kLabel && stream->Read(stream, &first, 1) == 1 && first == ' ';
+  const bool blank = formatCode == FRMT_LABEL && stream->Read(stream, &first, 1) == 1 && first == ' ';
   if (streamSeek(stream, position) == 0) return NextLine::kStreamLost;
   return blank ? NextLine::kTaken : NextLine::kLeft;
 }
@@ -438,7 +421,7 @@ bool gatherContinuation(SheetReader* sheet, GatheredText* text, uint32_t formatC
   for (;;) {
     // An open value takes every line; a label also every line that starts
     // with a blank. A closed string takes none.
-    const bool continues = !complete || (formatCode == kLabel && wzIsBlank(line[0]));
+    const bool continues = !complete || (formatCode == FRMT_LABEL && wzIsBlank(line[0]));
     if (!continues) return streamSeek(sheet->stream, linePos) != 0;
 
     complete = wzProcessString(line, static_cast<int32_t>(formatCode));
@@ -487,7 +470,7 @@ char* wzFormatVal(SheetReader* sheet, char* valueText, uint32_t formatCode, int3
 
 char* wzFormatVal(SheetReader* sheet, char* valueText, uint32_t formatCode, int32_t decimals,
                   int32_t dateStyle, uint32_t* length) {
-  const bool textCode = formatCode == kLabel || formatCode == kString;
+  const bool textCode = formatCode == FRMT_LABEL || formatCode == FRMT_STRING;
   char* text = skipBlanks(valueText);
   double number = 0.0;
   if (!textCode) {

@@ -5,7 +5,7 @@
 
 #include <cstdint>
 
-#include "interface/records.h"
+#include "core/records.h"
 
 namespace wzss {
 

@@ -4,7 +4,7 @@
 
 #include <cstdint>
 
-#include "interface/records.h"
+#include "core/records.h"
 
 namespace wzss {
 

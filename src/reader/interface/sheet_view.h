@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <string_view>
 
-#include "interface/records.h"
+#include "core/records.h"
 
 namespace wzss {
 

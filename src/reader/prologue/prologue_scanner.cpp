@@ -191,7 +191,7 @@ int recordSheetStarts(WorkbookReader* reader, uint32_t sheetCount) {
   int32_t currentSheet = 0;
   for (;;) {
     int32_t sheetNumber = 0;
-    const uint32_t result = wzScanCellLine(reader, &sheetNumber);
+    const uint32_t result = wzScanCellLine(reader->stream, &sheetNumber);
     if (result == kEndOfInput) return 1;
     if (result == kNotACellLine || sheetNumber == currentSheet) continue;
     if (sheetNumber >= 1 && static_cast<uint32_t>(sheetNumber) <= sheetCount)

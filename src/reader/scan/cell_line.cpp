@@ -57,32 +57,33 @@ int32_t readSheetPrefix(const char** cursor) {
 
 }  // namespace
 
-int wzDisect(SheetReader* sheet, int32_t* sheetNumber, int32_t* row, int32_t* column) {
+int wzDisect(StreamInterface* stream, char* line, char** attrText, int32_t* sheetNumber,
+             int32_t* row, int32_t* column) {
   // The whole buffer is cleared before each line. Copying a cleared local
   // compiles to a dozen vector stores; a memset of this size becomes
   // `rep stos`, whose start-up cost several times the clearing itself.
   const char cleared[kLineSize] = {};
-  std::memcpy(sheet->line, cleared, kLineSize);
+  std::memcpy(line, cleared, kLineSize);
   uint32_t linePos = 0;
   for (;;) {
-    const int complete = wzGetLine(sheet->stream, sheet->line, kLineSize, &linePos);
+    const int complete = wzGetLine(stream, line, kLineSize, &linePos);
     // A cut-off last line still counts when it starts like a cell line.
-    if (startsCellLine(sheet->line)) break;
+    if (startsCellLine(line)) break;
     if (!complete) return 0;
   }
-  sheet->attrText = attributeStart(sheet->line);
-  const char* cursor = addressStart(sheet->attrText);
+  *attrText = attributeStart(line);
+  const char* cursor = addressStart(*attrText);
   *sheetNumber = readSheetPrefix(&cursor);
   *column = wzGetLetter(&cursor);
   *row = wzGetIntItem(&cursor);
   return 1;
 }
 
-uint32_t wzScanCellLine(WorkbookReader* reader, int32_t* sheetNumber) {
+uint32_t wzScanCellLine(StreamInterface* stream, int32_t* sheetNumber) {
   char line[kLineSize] = {};
   uint32_t linePos = 0;
   // A cut-off last line ends the cell data here, unlike in wzDisect.
-  if (!wzGetLine(reader->stream, line, kLineSize, &linePos)) return 0;
+  if (!wzGetLine(stream, line, kLineSize, &linePos)) return 0;
   if (!startsScannedCellLine(line)) return 1;
   const char* cursor = addressStart(line);
   *sheetNumber = readSheetPrefix(&cursor);

@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <string_view>
 
-#include "interface/records.h"
+#include "core/records.h"
 
 namespace wzss {
 
@@ -37,13 +37,15 @@ int wzGetRowHeightItem(const char* text, uint32_t* index, int32_t* first, int32_
 // Items "letters:width" of a "View Column Widths: " line.
 int wzGetColWidthItem(const char** cursor, int32_t* column, int32_t* width);
 
-// Reads the next cell line of the sheet into sheet->line and sets
-// sheet->attrText. Returns 1 with the address, 0 at the end of the input.
-int wzDisect(SheetReader* sheet, int32_t* sheetNumber, int32_t* row, int32_t* column);
+// Reads the next cell line from stream into line (kLineSize bytes) and
+// points *attrText at its attribute text, inside line. Returns 1 with the
+// address, 0 at the end of the input.
+int wzDisect(StreamInterface* stream, char* line, char** attrText, int32_t* sheetNumber,
+             int32_t* row, int32_t* column);
 
 // One line of the cell data during the first pass: 0 at the end of the
 // input, 1 for a line that is not a cell line, else the line's offset.
-uint32_t wzScanCellLine(WorkbookReader* reader, int32_t* sheetNumber);
+uint32_t wzScanCellLine(StreamInterface* stream, int32_t* sheetNumber);
 
 // --- Keywords and numbers --------------------------------------------------
 

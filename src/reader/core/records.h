@@ -1,6 +1,8 @@
-// The reader's own records: the per-workbook WorkbookReader, the per-sheet
-// SheetReader with its grid, and the tables the first pass builds. Every
-// subsystem includes this header; the host never sees these layouts.
+// The reader's core: the per-workbook WorkbookReader, the per-sheet
+// SheetReader with its grid, the tables the first pass builds, the number
+// format codes, and the thin calls into the host. Every layer of the reader
+// may include this header and it includes none of them; the host never sees
+// these layouts.
 #pragma once
 
 #include <cstddef>
@@ -18,6 +20,29 @@ inline constexpr uint32_t kTypefaceSlots = 255;
 inline constexpr uint32_t kAttrSlots = 1000;
 inline constexpr uint32_t kListEntries = 20;        // entries of one width/height list line
 inline constexpr uint32_t kSizeTextSize = 60;
+
+// Number format codes, as attribute texts name them and the formatter tells
+// them apart.
+enum FormatCode : int32_t {
+  FRMT_LABEL = 0,
+  FRMT_DATE = 1,
+  FRMT_COMMA = 17,
+  FRMT_CURRENCY = 18,
+  FRMT_FIXED = 19,
+  FRMT_TIME12_HMS = 20,
+  FRMT_TIME12_HM = 21,
+  FRMT_TIME24_HMS = 22,
+  FRMT_TIME24_HM = 23,
+  FRMT_BAR = 24,
+  FRMT_GENERAL = 25,
+  FRMT_BOOLEAN = 26,
+  FRMT_PERCENT = 27,
+  FRMT_SCIENTIFIC = 28,
+  FRMT_STRING = 29,
+};
+
+// Decimals value that asks for derivation from the value text.
+inline constexpr int32_t kFloatingDecimals = 10;
 
 struct ColorMap {
   uint8_t entries[kColorMapEntries][3];  // red, green, blue
