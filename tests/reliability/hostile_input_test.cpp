@@ -10,7 +10,6 @@
 #include <string>
 
 #include "harness/walk.h"
-#include "support/test_host.h"
 
 namespace wzss::reliability {
 namespace {
@@ -19,7 +18,7 @@ using harness::WalkOptions;
 using harness::WalkReport;
 using harness::walkWorkbook;
 using namespace std::string_literals;
-using test::kHeader;
+const std::string kHeader = "*BEGIN SPREADSHEETS VERSION=440 R01 ENCODING=US-ASCII\n";
 
 #if defined(__SANITIZE_ADDRESS__)
 constexpr bool kUnderAddressSanitizer = true;
