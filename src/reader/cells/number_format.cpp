@@ -49,7 +49,7 @@ int32_t readDateNumber(const char* cursor) {
   return wzAtoi(cursor);
 }
 
-// Step 5: the decimals character after C, CO, F, G, P and S. The cursor
+// The decimals character after C, CO, F, G, P and S. The cursor
 // never steps over the terminator, so a text that ends on the letter is read
 // as a NUL decimals character and the derivation sees an empty remainder.
 void readDecimalsCharacter(Parse* parse) {
@@ -63,7 +63,7 @@ void readDecimalsCharacter(Parse* parse) {
   if (c != '\0') ++parse->cursor;
 }
 
-// Step 4: the letter of the item selects the code; the cursor is on it.
+// The item's letter selects the format code; the cursor is on it.
 Next readLetter(const WorkbookReader* reader, Parse* parse) {
   const char* p = parse->cursor;
   switch (*p) {
@@ -121,7 +121,7 @@ Next readLetter(const WorkbookReader* reader, Parse* parse) {
   }
 }
 
-// Step 7.1: the text after the first ':', ';' or '.' from the cursor on,
+// The value text: what follows the first ':', ';' or '.' from the cursor on,
 // its leading blanks skipped; the empty text at the end when there is none.
 const char* findRemainder(const char* cursor) {
   while (*cursor != '\0' && !isSeparator(*cursor)) ++cursor;
@@ -137,7 +137,7 @@ int32_t textLength(const char* text) {
   return length;
 }
 
-// Step 7.5: a '.' within the remainder's first word, and how many bytes
+// A '.' within the value text's first word, and how many bytes
 // follow it up to the next blank or the end. -1 when there is no '.'.
 int32_t countDecimalPlaces(const char* remainder) {
   const char* p = remainder;
@@ -150,7 +150,10 @@ int32_t countDecimalPlaces(const char* remainder) {
 
 int32_t smaller(int32_t a, int32_t b) { return a < b ? a : b; }
 
-// Steps 7.2 to 7.7: decimals from the value text.
+// Floating decimals taken from the value text: the digits after the '.' of
+// its first word (a percent item two fewer), no more than the limit a
+// general item sets, capped; a scientific item takes the text's length less
+// one, uncapped; a label none.
 int32_t deriveDecimals(const Parse& parse) {
   const char* remainder = findRemainder(parse.cursor);
   if (parse.code == FRMT_SCIENTIFIC) return textLength(remainder) - 1;  // no cap
@@ -168,7 +171,7 @@ int32_t deriveDecimals(const Parse& parse) {
   return decimals > kMaxDerivedDecimals ? kMaxDerivedDecimals : decimals;
 }
 
-// Step 2: an optional '<', an optional '(' and blanks before the letter.
+// Before the item's letter: an optional '<', an optional '(' and blanks.
 const char* skipPrefix(const char* text) {
   if (*text == '<') ++text;
   if (*text == '(') ++text;
