@@ -83,7 +83,9 @@ void runFormat(benchmark::State& state, const FormatCase& c) {
   for (auto _ : state) {
     std::strcpy(value, c.values[next]);
     if (++next == c.values.size()) next = 0;
-    char* text = wzFormatVal(host.sheet.get(), value, c.code, c.decimals, c.dateStyle);
+    uint32_t length = 0;
+    char* text =
+        wzFormatCellValue(host.sheet.get(), value, c.code, c.decimals, c.dateStyle, &length);
     benchmark::DoNotOptimize(text);
     if (text == nullptr) {
       state.SkipWithError("wzFormatVal failed");

@@ -1,4 +1,5 @@
-// A sheet reader built by hand for the value formatter: zeroed, with only
+// A sheet reader built by hand for the value formatter (through the cell
+// layer, which reads the continuation lines): zeroed, with only
 // the stream and the services set, over a memory stream that holds the
 // lines after the cell line.
 #pragma once
@@ -8,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "format/format.h"
+#include "cells/cells.h"
 #include "wzss/host/memory_stream.h"
 #include "wzss/host/services.h"
 
@@ -20,13 +21,14 @@ struct FormatBench {
     sheet.services = services.get();
   }
 
-  // wzFormatVal on a writable copy of value; the display text, or nullopt
+  // wzFormatCellValue on a writable copy of value; the display text, or nullopt
   // for a null result. The block is released here.
   std::optional<std::string> format(const std::string& value, uint32_t code,
                                     int32_t decimals = 0, int32_t dateStyle = 2) {
     valueBuffer.assign(value.begin(), value.end());
     valueBuffer.push_back('\0');
-    char* text = wzFormatVal(&sheet, valueBuffer.data(), code, decimals, dateStyle);
+    uint32_t length = 0;
+    char* text = wzFormatCellValue(&sheet, valueBuffer.data(), code, decimals, dateStyle, &length);
     if (text == nullptr) return std::nullopt;
     std::string display = text;
     services.free(text);

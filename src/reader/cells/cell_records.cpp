@@ -7,7 +7,6 @@
 #include <cstring>
 
 #include "cells/cells.h"
-#include "format/format.h"
 #include "interface/pump.h"
 #include "scan/scan.h"
 
@@ -78,8 +77,8 @@ void deliverText(SheetReader* sheet, char* valueText, int32_t formatCode, int32_
   cell->text = nullptr;
   cell->textLength = 0;
   uint32_t textLength = 0;
-  char* display = wzFormatVal(sheet, valueText, static_cast<uint32_t>(formatCode), decimals,
-                              dateStyle, &textLength);
+  char* display = wzFormatCellValue(sheet, valueText, static_cast<uint32_t>(formatCode),
+                                    decimals, dateStyle, &textLength);
   if (display == nullptr) return;
   const uint32_t length = textLength + 1;
   cell->textLength = length;

@@ -34,6 +34,13 @@ int wzGetBorder(SheetReader* sheet, const char* text);
 // Both of the above for one text, its third field found once.
 void wzGetFillAndBorder(SheetReader* sheet, const char* text, int32_t* fill, int* border);
 
+// The display text of a cell's value (see wzFormatVal), with the further
+// lines of a label or quoted string read from sheet->stream and joined to
+// it; the stream is left at the first line not taken. A block from the
+// host's Alloc and its length, or null when memory or a Seek fails.
+char* wzFormatCellValue(SheetReader* sheet, char* valueText, uint32_t formatCode,
+                        int32_t decimals, int32_t dateStyle, uint32_t* length);
+
 // Producers: 1 when an item was written, 0 when none is left.
 int wzGetCellContent(SheetReader* sheet, SheetItem* item);
 int wzProcessEmptyCell(SheetReader* sheet, SheetItem* item);

@@ -41,6 +41,12 @@ enum FormatCode : int32_t {
   FRMT_STRING = 29,
 };
 
+// Labels and quoted strings: decoded rather than converted, and continued
+// over further lines.
+inline bool isTextFormat(uint32_t formatCode) {
+  return formatCode == FRMT_LABEL || formatCode == FRMT_STRING;
+}
+
 // Decimals value that asks for derivation from the value text.
 inline constexpr int32_t kFloatingDecimals = 10;
 

@@ -12,17 +12,28 @@ namespace wzss {
 // holds at most kWorkSize - 1 characters.
 inline constexpr uint32_t kWorkSize = 512;
 
+// A display text in a block from the host's Alloc, which the caller
+// releases with Free: length characters and a NUL.
+struct DisplayText {
+  char* block;
+  uint32_t length;
+};
+
 // The display text of valueText (writable; numeric codes cut it after the
-// value) by formatCode, decimals and dateStyle, in a block from the host's
-// Alloc that the caller releases with Free; null when memory or a Seek
-// fails. Labels (0) and quoted strings (29) also gather their continuation
-// lines from sheet->stream and leave it at the first line not taken.
-char* wzFormatVal(SheetReader* sheet, char* valueText, uint32_t formatCode, int32_t decimals,
-                  int32_t dateStyle);
-// The same, with the text's length (terminator not counted) in *length, so
-// that the caller need not measure what was just built.
-char* wzFormatVal(SheetReader* sheet, char* valueText, uint32_t formatCode, int32_t decimals,
-                  int32_t dateStyle, uint32_t* length);
+// value) by formatCode, decimals and dateStyle. False when Alloc fails. For
+// labels (0) and quoted strings (29), *complete tells whether the value is
+// whole: 0 while a quoted string is open, and for an empty text, which the
+// next line continues; a label may still take further lines.
+bool wzFormatVal(HostServices* services, char* valueText, uint32_t formatCode, int32_t decimals,
+                 int32_t dateStyle, DisplayText* display, int* complete);
+
+// Appends a further line of a label or quoted string: line is decoded in
+// place as the first piece was and joins the text without its first byte
+// (normally the marking blank); *complete becomes the value's completeness
+// after it. False when the size does not fit or Realloc fails; the block is
+// then still the old one.
+bool wzAppendContinuation(HostServices* services, DisplayText* display, char* line,
+                          uint32_t formatCode, int* complete);
 
 // Puts thousands separators into a number printed with "%.*lf", in place;
 // text is a buffer of kWorkSize bytes.

@@ -1,5 +1,6 @@
-// The display text of a cell value by its number format, and the gathering
-// of text values that continue over further lines of the file.
+// The display text of a cell value by its number format, and the joining of
+// the further pieces of a text value that continues over several lines. Text
+// in, text out: the cell layer reads those lines.
 //
 // Floating output goes through std::to_chars, which prints as printf does in
 // the C locale whatever locale the host has set; integers are written digit
@@ -367,72 +368,6 @@ uint32_t formatByCode(char* work, char* text, double number, uint32_t formatCode
   }
 }
 
-// --- Labels, strings and continuation lines -----------------------------------
-
-// A text being gathered: the block from the host and its length.
-struct GatheredText {
-  char* block;
-  uint32_t length;  // without the NUL; the block holds length + 1 bytes
-};
-
-// Appends tail with one Realloc to exactly the new size. False when the
-// size does not fit or Realloc fails; the block is then still the old one.
-bool appendPiece(HostServices* services, GatheredText* text, const char* tail) {
-  const auto tailLength = static_cast<uint32_t>(std::strlen(tail));
-  if (tailLength == 0) return true;  // nothing to append, nothing to grow
-  const uint32_t size = allocSize(uint64_t{text->length} + tailLength + 1, 1);
-  if (size == 0) return false;
-  auto* grown = static_cast<char*>(hostRealloc(services, text->block, size));
-  if (grown == nullptr) return false;
-  std::memcpy(grown + text->length, tail, tailLength + 1);
-  text->block = grown;
-  text->length += tailLength;
-  return true;
-}
-
-// What the next line is to a complete value. Only a label takes more, and
-// only a line that starts with a blank: its first byte tells (a line feed
-// ends a line, so it never starts one with text). Either way the stream is
-// given back to where the line starts, and a failing Seek loses the value,
-// just as when the whole line had been read and given back; reading only
-// what decides saves a line's Reads for most text cells.
-enum class NextLine { kTaken, kLeft, kStreamLost };
-
-NextLine nextLineForComplete(StreamInterface* stream, uint32_t formatCode) {
-  const uint32_t position = streamTell(stream);
-  char first = 0;
-  const bool blank = formatCode == FRMT_LABEL && stream->Read(stream, &first, 1) == 1 && first == ' ';
-  if (streamSeek(stream, position) == 0) return NextLine::kStreamLost;
-  return blank ? NextLine::kTaken : NextLine::kLeft;
-}
-
-// Reads the lines that continue the value and appends them to text. The
-// first line not taken is given back by seeking to its start. Returns false
-// when Realloc or Seek fails; the caller then releases the text.
-bool gatherContinuation(SheetReader* sheet, GatheredText* text, uint32_t formatCode, int complete) {
-  if (complete) {
-    const NextLine next = nextLineForComplete(sheet->stream, formatCode);
-    if (next != NextLine::kTaken) return next == NextLine::kLeft;
-  }
-  char line[kTextLineSize];
-  std::memset(line, 0, sizeof line);
-  uint32_t linePos = 0;
-  int more = wzGetLine(sheet->stream, line, kTextLineSize, &linePos);
-  for (;;) {
-    // An open value takes every line; a label also every line that starts
-    // with a blank. A closed string takes none.
-    const bool continues = !complete || (formatCode == FRMT_LABEL && wzIsBlank(line[0]));
-    if (!continues) return streamSeek(sheet->stream, linePos) != 0;
-
-    complete = wzProcessString(line, static_cast<int32_t>(formatCode));
-    // The piece goes in without its first byte, normally the marking blank.
-    const char* tail = line[0] != '\0' ? line + 1 : line;
-    if (!appendPiece(sheet->services, text, tail)) return false;
-    if (!more) return true;  // the input ended with a piece of the value
-    more = wzGetLine(sheet->stream, line, kTextLineSize, &linePos);
-  }
-}
-
 }  // namespace
 
 void wzInsertCommas(char* text) {
@@ -462,15 +397,9 @@ void wzInsertCommas(char* text) {
   copyCut(text, grouped);
 }
 
-char* wzFormatVal(SheetReader* sheet, char* valueText, uint32_t formatCode, int32_t decimals,
-                  int32_t dateStyle) {
-  uint32_t length = 0;
-  return wzFormatVal(sheet, valueText, formatCode, decimals, dateStyle, &length);
-}
-
-char* wzFormatVal(SheetReader* sheet, char* valueText, uint32_t formatCode, int32_t decimals,
-                  int32_t dateStyle, uint32_t* length) {
-  const bool textCode = formatCode == FRMT_LABEL || formatCode == FRMT_STRING;
+bool wzFormatVal(HostServices* services, char* valueText, uint32_t formatCode, int32_t decimals,
+                 int32_t dateStyle, DisplayText* display, int* complete) {
+  const bool textCode = isTextFormat(formatCode);
   char* text = skipBlanks(valueText);
   double number = 0.0;
   if (!textCode) {
@@ -481,27 +410,40 @@ char* wzFormatVal(SheetReader* sheet, char* valueText, uint32_t formatCode, int3
   char work[kWorkSize];
   work[0] = '\0';
   // An empty text value is not complete: the next line continues it.
-  int complete = 0;
-  GatheredText result{};
+  *complete = 0;
+  uint32_t length = 0;
   if (text[0] != '\0') {
-    result.length = formatByCode(work, text, number, formatCode, decimals, dateStyle);
+    length = formatByCode(work, text, number, formatCode, decimals, dateStyle);
     if (textCode) {
-      complete = wzProcessString(work, static_cast<int32_t>(formatCode));
+      *complete = wzProcessString(work, static_cast<int32_t>(formatCode));
       // Decoding shrinks the text, and may end it early with a decoded NUL.
-      result.length = static_cast<uint32_t>(std::strlen(work));
+      length = static_cast<uint32_t>(std::strlen(work));
     }
   }
 
-  result.block = static_cast<char*>(hostAlloc(sheet->services, result.length + 1));
-  if (result.block == nullptr) return nullptr;
-  std::memcpy(result.block, work, result.length + 1);
-  if (textCode && !gatherContinuation(sheet, &result, formatCode, complete)) {
-    // The caller gets null and could not release the text.
-    hostFree(sheet->services, result.block);
-    return nullptr;
-  }
-  *length = result.length;
-  return result.block;
+  display->block = static_cast<char*>(hostAlloc(services, length + 1));
+  if (display->block == nullptr) return false;
+  std::memcpy(display->block, work, length + 1);
+  display->length = length;
+  return true;
+}
+
+// One Realloc to exactly the new size per piece: most texts have none.
+bool wzAppendContinuation(HostServices* services, DisplayText* display, char* line,
+                          uint32_t formatCode, int* complete) {
+  *complete = wzProcessString(line, static_cast<int32_t>(formatCode));
+  // The piece goes in without its first byte, normally the marking blank.
+  const char* tail = line[0] != '\0' ? line + 1 : line;
+  const auto tailLength = static_cast<uint32_t>(std::strlen(tail));
+  if (tailLength == 0) return true;  // nothing to append, nothing to grow
+  const uint32_t size = allocSize(uint64_t{display->length} + tailLength + 1, 1);
+  if (size == 0) return false;
+  auto* grown = static_cast<char*>(hostRealloc(services, display->block, size));
+  if (grown == nullptr) return false;
+  std::memcpy(grown + display->length, tail, tailLength + 1);
+  display->block = grown;
+  display->length += tailLength;
+  return true;
 }
 
 }  // namespace wzss
