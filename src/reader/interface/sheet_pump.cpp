@@ -306,12 +306,16 @@ bool objectsPending(const SheetReader* sheet) {
          (sheet->reader->readerFlags & WZSS_READER_NO_OBJECTS) == 0;
 }
 
-// wzDoObject counts every call and sets the choose state after the sheet's
-// last object.
+// wzDoObject counts every entry it examines in objectsEmitted; once the
+// sheet's last one is counted, or a call delivered nothing, the next phase
+// is chosen.
 Delivery deliverObject(SheetReader* sheet, SheetItem* item) {
   const int32_t emittedBefore = sheet->objectsEmitted;
-  if (wzDoObject(sheet, item) != 0) return Delivery::kItem;
-  sheet->state = kStateChoose;
+  const int delivered = wzDoObject(sheet, item);
+  if (delivered == 0 || sheet->objectsEmitted >= sheet->objectCount) {
+    sheet->state = kStateChoose;
+  }
+  if (delivered != 0) return Delivery::kItem;
   // A call that counted nothing could be chosen again forever.
   if (sheet->objectsEmitted == emittedBefore) sheet->objectsEmitted = sheet->objectCount;
   return Delivery::kMovedOn;

@@ -419,7 +419,6 @@ int wzDoObject(SheetReader* sheet, SheetItem* item) {
     result = fillObjectItem(sheet, item, index, properties);
     break;
   }
-  if (sheet->objectsEmitted >= sheet->objectCount) sheet->state = kStateChoose;
   return result;
 }
 

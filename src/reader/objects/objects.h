@@ -12,7 +12,9 @@ namespace wzss {
 // line has just been read). 1, or 0 when memory could not be obtained.
 int wzInitObjects(WorkbookReader* reader, uint32_t startPos);
 
-// Next object item of the sheet: 1 when one was written, 0 when none.
+// Next object item of the sheet: 1 when one was written, 0 when none. Each
+// entry examined counts in sheet->objectsEmitted, by which the pump knows
+// when the objects are done.
 int wzDoObject(SheetReader* sheet, SheetItem* item);
 
 // A new stream over the drawing of objects[objectIndex], or null.
