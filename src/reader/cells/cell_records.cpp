@@ -7,7 +7,6 @@
 #include <cstring>
 
 #include "cells/cells.h"
-#include "interface/pump.h"
 #include "scan/scan.h"
 
 namespace wzss {

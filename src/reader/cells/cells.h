@@ -41,6 +41,10 @@ void wzGetFillAndBorder(SheetReader* sheet, const char* text, int32_t* fill, int
 char* wzFormatCellValue(SheetReader* sheet, char* valueText, uint32_t formatCode,
                         int32_t decimals, int32_t dateStyle, uint32_t* length);
 
+// File row or column number into output numbering: title lines first.
+void wzGetAbsRow(const SheetReader* sheet, int32_t* row);
+void wzGetAbsCol(const SheetReader* sheet, int32_t* column);
+
 // Producers: 1 when an item was written, 0 when none is left.
 int wzGetCellContent(SheetReader* sheet, SheetItem* item);
 int wzProcessEmptyCell(SheetReader* sheet, SheetItem* item);

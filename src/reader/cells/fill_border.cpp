@@ -4,7 +4,6 @@
 #include <cstdint>
 
 #include "cells/cells.h"
-#include "prologue/prologue.h"
 #include "scan/scan.h"
 
 namespace wzss {

@@ -130,6 +130,26 @@ inline constexpr uint8_t kFlagTitle = 4;    // ORed in
 // Cell flag bit.
 inline constexpr uint8_t kFlagDelivered = 1;
 
+// --- Lookups in the first pass's tables --------------------------------------
+
+// Colour value (red + green*256 + blue*65536) of entry n of the first colour
+// map; 0 for a number without an entry or when there is no colour map.
+inline uint32_t wzColorValue(const WorkbookReader* reader, int32_t n) {
+  if (reader->colorMapCount == 0 || reader->colorMaps == nullptr) return 0;
+  const ColorMap& map = reader->colorMaps[0];
+  if (n < 0 || static_cast<uint32_t>(n) >= map.entryCount) return 0;
+  const uint8_t* entry = map.entries[n];
+  return entry[0] + entry[1] * 256u + entry[2] * 65536u;
+}
+
+// Typeface name in slot n, or null when the table holds no name there.
+inline const char* wzTypefaceName(const WorkbookReader* reader, int32_t n) {
+  if (n < 0 || static_cast<uint32_t>(n) >= reader->typefaceCount ||
+      static_cast<uint32_t>(n) >= kTypefaceSlots)
+    return nullptr;
+  return reader->typefaces[n];
+}
+
 // Pump states.
 enum PumpState : int32_t {
   kStateSettings = 0,

@@ -3,13 +3,11 @@
 // next item needs. This file produces the settings and option items, the
 // row heights, column widths and hidden runs; objects and cells come from
 // their own subsystems.
-#include <algorithm>
 #include <cstring>
 #include <string_view>
 
 #include "cells/cells.h"
 #include "interface/lifecycle.h"
-#include "interface/pump.h"
 #include "interface/sheet_view.h"
 #include "objects/objects.h"
 #include "scan/scan.h"
@@ -46,28 +44,6 @@ enum class Delivery {
   kMovedOn,    // nothing written; the state says where to go on in this call
   kSheetEnds,  // nothing written and nothing further
 };
-
-// --- Renumbering ------------------------------------------------------------
-
-// Title lines first, in their order, then the others in theirs. titles lists
-// the lines that kept their title mark, ascending, so the title lines before
-// a line are counted by a binary search.
-void renumber(int32_t titleCount, const int32_t* titles, uint32_t titlesMarked,
-              int32_t* number) {
-  if (titleCount == 0) return;
-  const int32_t line = *number;
-  const int32_t* end = titles + titlesMarked;
-  const int32_t* at = titles == nullptr ? nullptr : std::lower_bound(titles, end, line);
-  const int64_t titlesBefore = at == nullptr ? 0 : at - titles;
-  if (at != nullptr && at != end && *at == line) {
-    *number = static_cast<int32_t>(titlesBefore + 1);
-    return;
-  }
-  const int64_t renumbered = int64_t{line} + (titleCount - titlesBefore);
-  *number = renumbered > INT32_MAX   ? INT32_MAX
-            : renumbered < INT32_MIN ? INT32_MIN
-                                     : static_cast<int32_t>(renumbered);
-}
 
 // --- Settings and option ------------------------------------------------------
 
@@ -370,14 +346,6 @@ int32_t wzPumpSheet(SheetReader* sheet, SheetItem* item) {
       return kNoMoreItems;
     }
   }
-}
-
-void wzGetAbsRow(const SheetReader* sheet, int32_t* row) {
-  renumber(sheet->titleRowCount, sheet->titleRows, sheet->titleRowsMarked, row);
-}
-
-void wzGetAbsCol(const SheetReader* sheet, int32_t* column) {
-  renumber(sheet->titleColumnCount, sheet->titleColumns, sheet->titleColumnsMarked, column);
 }
 
 }  // namespace wzss

@@ -114,12 +114,4 @@ int wzColorMap(WorkbookReader* reader) {
   return 1;
 }
 
-uint32_t wzColorValue(const WorkbookReader* reader, int32_t n) {
-  if (reader->colorMapCount == 0 || reader->colorMaps == nullptr) return 0;
-  const ColorMap& map = reader->colorMaps[0];
-  if (n < 0 || static_cast<uint32_t>(n) >= map.entryCount) return 0;
-  const uint8_t* entry = map.entries[n];
-  return entry[0] + entry[1] * 256u + entry[2] * 65536u;
-}
-
 }  // namespace wzss

@@ -1,6 +1,6 @@
 // The first pass over a workbook: the prologue scanner with its section
-// readers (colour maps, typefaces, attribute table) and the lookups that the
-// attribute parsers make in the tables it builds.
+// readers (colour maps, typefaces, attribute table), which build the tables
+// the attribute parsers look up (core/records.h).
 #pragma once
 
 #include <cstdint>
@@ -24,13 +24,6 @@ int wzProcessToData(WorkbookReader* reader, WorkbookInfo* info);
 int wzColorMap(WorkbookReader* reader);
 int wzFont(WorkbookReader* reader);
 int wzAttribute(WorkbookReader* reader);
-
-// Colour value (red + green*256 + blue*65536) of entry n of the first colour
-// map; 0 for a number without an entry or when there is no colour map.
-uint32_t wzColorValue(const WorkbookReader* reader, int32_t n);
-
-// Typeface name in slot n, or null when the table holds no name there.
-const char* wzTypefaceName(const WorkbookReader* reader, int32_t n);
 
 // Releases every table the first pass builds (the sheet list in
 // reader->info, sheetStarts, colour maps, every typeface slot and attribute

@@ -93,11 +93,4 @@ int wzFont(WorkbookReader* reader) {
   return result;
 }
 
-const char* wzTypefaceName(const WorkbookReader* reader, int32_t n) {
-  if (n < 0 || static_cast<uint32_t>(n) >= reader->typefaceCount ||
-      static_cast<uint32_t>(n) >= kTypefaceSlots)
-    return nullptr;
-  return reader->typefaces[n];
-}
-
 }  // namespace wzss
