@@ -33,9 +33,6 @@ struct Parse {
   int32_t dateStyle;
 };
 
-// The C locale's white space: what atoi steps over before the number.
-bool isCSpace(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
-
 bool isSeparator(char c) { return c == ':' || c == ';' || c == '.'; }
 
 // The date number of D: atoi over the bytes up to the first blank. Since a
@@ -43,7 +40,7 @@ bool isSeparator(char c) { return c == ':' || c == ';' || c == '.'; }
 // plain one only when the leading white space already holds a blank: the
 // bounded text is then white space alone, which converts to 0.
 int32_t readDateNumber(const char* cursor) {
-  for (const char* p = cursor; isCSpace(*p); ++p) {
+  for (const char* p = cursor; wzIsCSpace(*p); ++p) {
     if (wzIsBlank(*p)) return 0;
   }
   return wzAtoi(cursor);

@@ -57,11 +57,8 @@ constexpr const char* kLinkedFileMode = "rb";
 // white space, literal bytes, %d, %f, %*s and %*c. Matching stops at the
 // first directive that fails; what was stored before stays stored.
 
-// White space as the C locale knows it.
-bool isFormatSpace(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
-
 const char* skipFormatSpace(const char* text) {
-  while (isFormatSpace(*text)) ++text;
+  while (wzIsCSpace(*text)) ++text;
   return text;
 }
 
@@ -82,7 +79,7 @@ void scanFormatted(const char* text, std::string_view format, std::span<Value* c
   size_t assigned = 0;
   for (size_t f = 0; f < format.size(); ++f) {
     const char directive = format[f];
-    if (isFormatSpace(directive)) {
+    if (wzIsCSpace(directive)) {
       text = skipFormatSpace(text);
       continue;
     }
@@ -123,7 +120,7 @@ void scanFormatted(const char* text, std::string_view format, std::span<Value* c
       case 's':
         text = skipFormatSpace(text);
         if (*text == '\0') return;
-        while (*text != '\0' && !isFormatSpace(*text)) ++text;
+        while (*text != '\0' && !wzIsCSpace(*text)) ++text;
         break;
       case 'c':  // one byte, blanks included
         if (*text == '\0') return;

@@ -19,18 +19,13 @@ constexpr int kInksAfterSevenNumbers = 2;  // word, number, number, then the ink
 constexpr int kInksAfterSixNumbers = 1;    // word, number, then the inks
 constexpr int kFullIntensity = 255;
 
-// White space as formatted input sees it in the C locale.
-bool isScanSpace(char c) {
-  return c == ' ' || c == '\t' || c == '\n' || c == '\v' || c == '\f' || c == '\r';
-}
-
 // "%*s": skips white space, then a run of other bytes. False when the text
 // holds no word.
 bool skipWord(const char** cursor) {
   const char* p = *cursor;
-  while (isScanSpace(*p)) ++p;
+  while (wzIsCSpace(*p)) ++p;
   if (*p == '\0') return false;
-  while (*p != '\0' && !isScanSpace(*p)) ++p;
+  while (*p != '\0' && !wzIsCSpace(*p)) ++p;
   *cursor = p;
   return true;
 }

@@ -14,11 +14,6 @@ constexpr char kAttrClose = ')';
 constexpr char kSheetMark = '!';
 constexpr int32_t kFirstSheet = 1;
 
-bool isLetter(char c) {
-  const auto byte = static_cast<unsigned char>(c);
-  return byte >= 'A' && byte <= 'z';
-}
-
 // What the sheet pump takes for a cell line: "(" or "P " at its start.
 bool startsCellLine(const char* line) {
   return line[0] == kAttrOpen || (line[0] == 'P' && line[1] == ' ');
@@ -48,7 +43,7 @@ const char* addressStart(const char* attrText) {
 // Only a '!' right after the leading letters counts, never one in the value.
 int32_t readSheetPrefix(const char** cursor) {
   const char* afterLetters = *cursor;
-  while (isLetter(*afterLetters)) ++afterLetters;
+  while (wzIsLetter(*afterLetters)) ++afterLetters;
   if (*afterLetters != kSheetMark) return kFirstSheet;
   const int32_t sheet = wzGetLetter(cursor);  // -1 for a '!' with no letters
   if (**cursor == kSheetMark) ++*cursor;

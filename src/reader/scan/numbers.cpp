@@ -14,15 +14,13 @@ namespace wzss {
 
 namespace {
 
-// ASCII only: the C locale's classes, independent of the process locale.
-bool isSpace(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
-bool isDigit(char c) { return c >= '0' && c <= '9'; }
+// ASCII only, independent of the process locale.
 char foldCase(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
 
 // The value of c as a digit in bases up to 36, or 36 when it is none.
 constexpr int kNoDigit = 36;
 int digitValue(char c) {
-  if (isDigit(c)) return c - '0';
+  if (wzIsDigit(c)) return c - '0';
   const char lower = foldCase(c);
   if (lower >= 'a' && lower <= 'z') return lower - 'a' + 10;
   return kNoDigit;
@@ -30,7 +28,7 @@ int digitValue(char c) {
 bool isHexDigit(char c) { return digitValue(c) < 16; }
 
 const char* skipSpace(const char* p) {
-  while (isSpace(*p)) ++p;
+  while (wzIsCSpace(*p)) ++p;
   return p;
 }
 
@@ -81,7 +79,7 @@ int64_t readExponent(const char* p, const char* end) {
   bool negative = false;
   if (p < end && (*p == '+' || *p == '-')) negative = *p++ == '-';
   int64_t value = 0;
-  for (; p < end && isDigit(*p); ++p) value = capExponent(value * 10 + (*p - '0'));
+  for (; p < end && wzIsDigit(*p); ++p) value = capExponent(value * 10 + (*p - '0'));
   return negative ? -value : value;
 }
 
@@ -139,9 +137,9 @@ bool convertPlainDecimal(const char* p, double* value, const char** end) {
     if (count < kMostDigitsCounted) digits = digits * 10 + static_cast<uint64_t>(c - '0');
     ++count;
   };
-  for (; isDigit(*p); ++p) take(*p);
+  for (; wzIsDigit(*p); ++p) take(*p);
   if (*p == '.') {
-    for (++p; isDigit(*p); ++p, ++decimals) take(*p);
+    for (++p; wzIsDigit(*p); ++p, ++decimals) take(*p);
   }
   if (foldCase(*p) == 'e' || count > kMostDigitsCounted || digits > kLargestExactInteger ||
       decimals > kLastExactPower) {
@@ -167,7 +165,7 @@ bool convertDigits(const char* p, bool hex, double* value, const char** end) {
 const char* skipNanPayload(const char* p) {
   if (*p != '(') return p;
   const char* q = p + 1;
-  while (isDigit(*q) || (foldCase(*q) >= 'a' && foldCase(*q) <= 'z') || *q == '_') ++q;
+  while (wzIsDigit(*q) || (foldCase(*q) >= 'a' && foldCase(*q) <= 'z') || *q == '_') ++q;
   return *q == ')' ? q + 1 : p;
 }
 
@@ -190,7 +188,7 @@ bool convertInfOrNan(const char* p, double* value, const char** end) {
   return true;
 }
 
-bool startsDecimal(const char* p) { return isDigit(p[0]) || (p[0] == '.' && isDigit(p[1])); }
+bool startsDecimal(const char* p) { return wzIsDigit(p[0]) || (p[0] == '.' && wzIsDigit(p[1])); }
 bool startsHex(const char* p) {
   return p[0] == '0' && foldCase(p[1]) == 'x' &&
          (isHexDigit(p[2]) || (p[2] == '.' && isHexDigit(p[3])));

@@ -56,6 +56,17 @@ bool wzMatchKeyword(const char* line, std::string_view keyword);
 // A blank for the cursor readers: space or line feed.
 inline bool wzIsBlank(char c) { return c == ' ' || c == '\n'; }
 
+// Character classes as the C locale has them, whatever locale the host set.
+// White space of formatted input and number conversions: space, \t \n \v \f \r.
+inline bool wzIsCSpace(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
+inline bool wzIsDigit(char c) { return c >= '0' && c <= '9'; }
+// Letters of column and sheet names: every byte from 'A' through 'z', the six
+// punctuation bytes between 'Z' and 'a' included, without case folding.
+inline bool wzIsLetter(char c) {
+  const auto byte = static_cast<unsigned char>(c);
+  return byte >= 'A' && byte <= 'z';
+}
+
 // strchr, but the terminator's position when wanted is not there. A plain
 // loop: on the few bytes of a line's fields the library's vector routine
 // spends more time setting up than searching, several times per cell.

@@ -2,7 +2,9 @@
 // numbers, the string escape scheme, and the items of the view section's
 // row-height and column-width lines. None allocates or keeps state; all
 // state is the caller's text and cursor.
+#include <algorithm>
 #include <cstdint>
+#include <cstring>
 
 #include "scan/scan.h"
 
@@ -10,26 +12,12 @@ namespace wzss {
 
 namespace {
 
-// The format code of a general value that begins with a double quote; its
-// text is a quoted string that may run over several lines.
-constexpr int32_t kQuotedStringFormat = 29;
 constexpr char kEscape = '^';
 constexpr char kQuote = '"';
-// Letters of column and sheet names: every byte from 'A' through 'z', the six
-// punctuation bytes between 'Z' and 'a' included, without case folding.
-constexpr unsigned char kFirstLetter = 'A';
-constexpr unsigned char kLastLetter = 'z';
 constexpr int32_t kLetterBase = 64;  // 'A' counts 1
 constexpr int32_t kLettersInRadix = 26;
 
-bool isLetter(char c) {
-  const auto byte = static_cast<unsigned char>(c);
-  return byte >= kFirstLetter && byte <= kLastLetter;
-}
-
 int32_t letterValue(char c) { return static_cast<unsigned char>(c) - kLetterBase; }
-
-bool isDigit(char c) { return c >= '0' && c <= '9'; }
 
 // The first byte from p on that is not a blank.
 const char* skipBlanks(const char* p) {
@@ -44,22 +32,15 @@ unsigned nibble(char c) {
   return (static_cast<unsigned char>(c) - static_cast<unsigned>('a')) % 16u;
 }
 
-// A decimal number as a standard conversion reads it, limited to
-// [begin, end): leading C white space, an optional sign, then digits up to
-// the first other byte. Saturates at the int32 limits; no digits give 0.
+// wzAtoi of the field [begin, end) alone: the conversion must not read on
+// past the field's end into the next one. The fields are parts of a line, so
+// they fit a line buffer.
 int32_t decimalField(const char* begin, const char* end) {
-  const char* p = begin;
-  while (p < end && (*p == ' ' || (*p >= '\t' && *p <= '\r'))) ++p;
-  bool negative = false;
-  if (p < end && (*p == '+' || *p == '-')) negative = *p++ == '-';
-  int64_t magnitude = 0;
-  constexpr int64_t kCap = int64_t{INT32_MAX} + 1;
-  for (; p < end && isDigit(*p); ++p) {
-    magnitude = magnitude * 10 + (*p - '0');
-    if (magnitude > kCap) magnitude = kCap;
-  }
-  if (negative) return static_cast<int32_t>(-magnitude);  // -2^31 at most
-  return magnitude > INT32_MAX ? INT32_MAX : static_cast<int32_t>(magnitude);
+  char field[kLineSize];
+  const size_t length = std::min<size_t>(static_cast<size_t>(end - begin), kLineSize - 1);
+  std::memcpy(field, begin, length);
+  field[length] = '\0';
+  return wzAtoi(field);
 }
 
 bool endsHeightText(char c) { return c == ' ' || c == '-' || c == '\0'; }
@@ -73,7 +54,7 @@ int32_t wzGetLetter(const char** cursor) {
   *cursor = run;
   if (*run == '\0') return -1;
   const char* end = run;
-  while (isLetter(*end)) ++end;
+  while (wzIsLetter(*end)) ++end;
   *cursor = end;
   switch (end - run) {
     case 1: return letterValue(run[0]);
@@ -88,7 +69,7 @@ int32_t wzGetIntItem(const char** cursor) {
   if (*p == '\0') return -1;
   // Once past INT32_MAX the value only saturates; it stays below 2^35.
   int64_t value = 0;
-  for (; isDigit(*p); ++p) {
+  for (; wzIsDigit(*p); ++p) {
     if (value <= INT32_MAX) value = value * 10 + (*p - '0');
   }
   *cursor = p;
@@ -96,7 +77,7 @@ int32_t wzGetIntItem(const char** cursor) {
 }
 
 int wzProcessString(char* text, int32_t formatCode) {
-  const bool quoted = formatCode == kQuotedStringFormat;
+  const bool quoted = formatCode == FRMT_STRING;
   const char* in = text;
   char* out = text;  // never ahead of in: decoding only shrinks the text
   if (quoted && *in == kQuote) ++in;
