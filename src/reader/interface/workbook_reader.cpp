@@ -83,20 +83,6 @@ int32_t runFirstPass(WorkbookReader* reader, WorkbookInfo* info) {
   return result;
 }
 
-// Every slot, not only the counted ones: a section reader that ran out of
-// memory returns without counting what it already stored.
-void freeTypefaces(WorkbookReader* reader) {
-  for (char* name : reader->typefaces) hostFree(reader->services, name);
-}
-
-void freeAttributeEntries(WorkbookReader* reader) {
-  for (AttrEntry* entry : reader->attrs) {
-    if (entry == nullptr) continue;
-    hostFree(reader->services, entry->text);
-    hostFree(reader->services, entry);
-  }
-}
-
 }  // namespace
 
 WorkbookReader* wzCreateWorkbookReader(StreamInterface* stream, HostServices* services,
@@ -125,14 +111,8 @@ int32_t wzDescribeWorkbook(WorkbookReader* reader, WorkbookInfo* info, int32_t q
 
 void wzDestroyWorkbookReader(WorkbookReader* reader) {
   if (reader == nullptr || reader->services == nullptr) return;
-  HostServices* services = reader->services;
-  hostFree(services, reader->info.sheets);
-  hostFree(services, reader->objects);
-  freeTypefaces(reader);
-  freeAttributeEntries(reader);
-  hostFree(services, reader->sheetStarts);
-  hostFree(services, reader->colorMaps);
-  hostFree(services, reader);
+  wzReleaseTables(reader);
+  hostFree(reader->services, reader);
 }
 
 }  // namespace wzss

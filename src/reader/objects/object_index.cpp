@@ -7,7 +7,6 @@
 #include <limits>
 #include <span>
 #include <string_view>
-#include <type_traits>
 
 #include "objects/objects.h"
 #include "scan/scan.h"
@@ -51,87 +50,6 @@ constexpr uint8_t kFrameBorderStyle = 5;
 constexpr uint32_t kNoFrameColor = 0xffffff;
 constexpr float kVerticalOffsetFactor = 256.0f;
 constexpr const char* kLinkedFileMode = "rb";
-
-// --- Formatted input, locale-free ----------------------------------------
-// The two property formats need only part of what formatted input knows:
-// white space, literal bytes, %d, %f, %*s and %*c. Matching stops at the
-// first directive that fails; what was stored before stays stored.
-
-const char* skipFormatSpace(const char* text) {
-  while (wzIsCSpace(*text)) ++text;
-  return text;
-}
-
-// A double as single-precision input stores it: beyond the float range it
-// becomes an infinity (a plain conversion would be undefined there).
-float narrowToFloat(double value) {
-  constexpr double kFloatMax = std::numeric_limits<float>::max();
-  if (value > kFloatMax) return std::numeric_limits<float>::infinity();
-  if (value < -kFloatMax) return -std::numeric_limits<float>::infinity();
-  return static_cast<float>(value);
-}
-
-// Scans text by format, storing each assigned conversion into the next of
-// targets: int32_t targets for %d, float targets for %f. A conversion of
-// the other kind ends the scan.
-template <typename Value>
-void scanFormatted(const char* text, std::string_view format, std::span<Value* const> targets) {
-  size_t assigned = 0;
-  for (size_t f = 0; f < format.size(); ++f) {
-    const char directive = format[f];
-    if (wzIsCSpace(directive)) {
-      text = skipFormatSpace(text);
-      continue;
-    }
-    if (directive != '%') {
-      if (*text != directive) return;
-      ++text;
-      continue;
-    }
-    const bool suppressed = f + 1 < format.size() && format[f + 1] == '*';
-    if (suppressed) ++f;
-    if (++f >= format.size()) return;
-    Value* target = !suppressed && assigned < targets.size() ? targets[assigned] : nullptr;
-    switch (format[f]) {
-      case 'd': {
-        int32_t value = 0;
-        const char* end = text;
-        if (!wzParseInt(text, 10, &value, &end)) return;
-        text = end;
-        if constexpr (std::is_same_v<Value, int32_t>) {
-          if (target != nullptr) *target = value;
-        } else if (!suppressed) {
-          return;
-        }
-        break;
-      }
-      case 'f': {
-        double value = 0.0;
-        const char* end = text;
-        if (!wzParseDouble(text, &value, &end)) return;
-        text = end;
-        if constexpr (std::is_same_v<Value, float>) {
-          if (target != nullptr) *target = narrowToFloat(value);
-        } else if (!suppressed) {
-          return;
-        }
-        break;
-      }
-      case 's':
-        text = skipFormatSpace(text);
-        if (*text == '\0') return;
-        while (*text != '\0' && !wzIsCSpace(*text)) ++text;
-        break;
-      case 'c':  // one byte, blanks included
-        if (*text == '\0') return;
-        ++text;
-        break;
-      default:
-        return;
-    }
-    if (!suppressed) ++assigned;
-  }
-}
 
 // --- Indexing --------------------------------------------------------------
 
@@ -206,7 +124,7 @@ struct ObjectProperties {
 
 void readAttrs(const char* text, ObjectProperties* properties) {
   int32_t* const targets[] = {&properties->hidden, &properties->link, &properties->noBorder};
-  scanFormatted<int32_t>(text, kAttrsFormat, targets);
+  wzScanFormatted(text, kAttrsFormat, std::span<int32_t* const>(targets));
 }
 
 // "B!E2 x = 0.5 y = 0.25": the sheet letters (not used), one separator byte,
@@ -218,7 +136,7 @@ void readCorner(const char* text, Corner* corner) {
   corner->column = wzGetLetter(&cursor);
   corner->row = wzGetIntItem(&cursor);
   float* const targets[] = {&corner->x, &corner->y};
-  scanFormatted<float>(cursor, kCornerOffsetsFormat, targets);
+  wzScanFormatted(cursor, kCornerOffsetsFormat, std::span<float* const>(targets));
 }
 
 // Appends tag and text to sizeText, cutting what does not fit: it keeps at

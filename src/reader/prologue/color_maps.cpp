@@ -19,28 +19,17 @@ constexpr int kInksAfterSevenNumbers = 2;  // word, number, number, then the ink
 constexpr int kInksAfterSixNumbers = 1;    // word, number, then the inks
 constexpr int kFullIntensity = 255;
 
-// "%*s": skips white space, then a run of other bytes. False when the text
-// holds no word.
-bool skipWord(const char** cursor) {
-  const char* p = *cursor;
-  while (wzIsCSpace(*p)) ++p;
-  if (*p == '\0') return false;
-  while (*p != '\0' && !wzIsCSpace(*p)) ++p;
-  *cursor = p;
-  return true;
-}
+// A colour's name of one word, or of two words such as "Light Gray", then up
+// to kMaxNumbers numbers.
+constexpr std::string_view kOneWordEntry = "%*s%d%d%d%d%d%d%d";
+constexpr std::string_view kTwoWordEntry = "%*s%*s%d%d%d%d%d%d%d";
 
-// words "%*s" conversions, then up to kMaxNumbers "%d" conversions, as a
-// formatted scan delivers them: it stops at the first that fails. Returns
-// how many numbers were delivered.
+// The numbers of an entry line after its name; returns how many were read.
 int scanEntryLine(const char* line, int words, int32_t numbers[kMaxNumbers]) {
-  const char* cursor = line;
-  for (int i = 0; i < words; ++i) {
-    if (!skipWord(&cursor)) return 0;
-  }
-  int count = 0;
-  while (count < kMaxNumbers && wzParseInt(cursor, 10, &numbers[count], &cursor)) ++count;
-  return count;
+  int32_t* const targets[kMaxNumbers] = {&numbers[0], &numbers[1], &numbers[2], &numbers[3],
+                                         &numbers[4], &numbers[5], &numbers[6]};
+  return wzScanFormatted(line, words == 1 ? kOneWordEntry : kTwoWordEntry,
+                         std::span<int32_t* const>(targets));
 }
 
 // One ink turned into a colour component. When black and the ink together

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstdint>
+#include <span>
 #include <string_view>
 
 #include "core/records.h"
@@ -91,6 +92,15 @@ bool wzParseInt(const char* text, int base, int32_t* value, const char** end);
 // +-HUGE_VAL, underflow +-0. Returns false when nothing was converted
 // (*value is then 0.0 and *end equals text).
 bool wzParseDouble(const char* text, double* value, const char** end);
+
+// Formatted input as the C library scans it in the C locale, for white
+// space, literal bytes, %d, %f, %*s and %*c. Each assigned conversion goes
+// to the next target: int32_t targets take %d, float targets %f, and a
+// conversion of the other kind ends the scan, as does the first directive
+// that fails. Returns how many conversions were assigned.
+int wzScanFormatted(const char* text, std::string_view format,
+                    std::span<int32_t* const> targets);
+int wzScanFormatted(const char* text, std::string_view format, std::span<float* const> targets);
 
 // atof as in the C locale.
 double wzAtof(const char* text);
