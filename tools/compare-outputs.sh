@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Compares what two builds of wzss print for the same workbooks: `dump`,
-# `json` and `csv --all`, with their exit statuses and messages. A change
+# Compares what two builds of wzss print for the same workbooks: `info`,
+# `dump`, `json` and `csv --all`, with their exit statuses and messages. A change
 # meant to keep the output byte-identical (a refactoring of the reader) runs
 # this with the build before and after it.
 #
@@ -31,6 +31,7 @@ done
 outputs() {
   local wzss=("$1/bin/wzss" --plugin "$1/lib/libwzss.so" -q) book=$2 out=$work/out
   rm -rf "$out" && mkdir -p "$out/csv"
+  "${wzss[@]}" info "$book" >"$out/info" 2>&1; echo "exit $?" >>"$out/info"
   "${wzss[@]}" dump "$book" >"$out/dump" 2>&1; echo "exit $?" >>"$out/dump"
   "${wzss[@]}" json "$book" >"$out/json" 2>&1; echo "exit $?" >>"$out/json"
   "${wzss[@]}" csv --all -o "$out/csv" "$book" >"$out/csv.log" 2>&1; echo "exit $?" >>"$out/csv.log"
@@ -49,5 +50,5 @@ for book in "${books[@]}"; do
     diff -r "$work/old" "$work/new" | head -n 20
   fi
 done
-echo "$compared workbooks compared (dump, json, csv --all), $differ with differences"
+echo "$compared workbooks compared (info, dump, json, csv --all), $differ with differences"
 [ "$differ" -eq 0 ]

@@ -5,6 +5,8 @@
 #include <array>
 #include <cstring>
 
+#include "wzss/header_versions.h"
+
 namespace wzss::cli {
 namespace {
 
@@ -160,22 +162,18 @@ std::string itemLine(const host::Item& item) {
 }
 
 std::string headerVersion(std::string_view firstBytes) {
-  constexpr std::string_view kHeader = "*BEGIN SPREADSHEETS VERSION=";
   constexpr size_t kDigits = 3;
-  if (firstBytes.size() < kHeader.size() + kDigits) return {};
-  for (size_t i = 0; i < kHeader.size(); ++i) {
+  if (firstBytes.size() < kHeaderKeyword.size() + kDigits) return {};
+  for (size_t i = 0; i < kHeaderKeyword.size(); ++i) {
     const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; };
-    if (lower(firstBytes[i]) != lower(kHeader[i])) return {};
+    if (lower(firstBytes[i]) != lower(kHeaderKeyword[i])) return {};
   }
-  return std::string(firstBytes.substr(kHeader.size(), kDigits));
+  return std::string(firstBytes.substr(kHeaderKeyword.size(), kDigits));
 }
 
 int versionCode(std::string_view digits) {
-  // The versions the reader accepts, and the code it gives each.
-  static constexpr std::array<std::pair<std::string_view, int>, 5> kVersions = {
-      {{"440", 4}, {"441", 4}, {"430", 3}, {"420", 2}, {"400", 0}}};
-  for (const auto& [text, code] : kVersions)
-    if (digits == text) return code;
+  for (const HeaderVersion& version : kHeaderVersions)
+    if (digits == version.digits) return static_cast<int>(version.code);
   return -1;
 }
 

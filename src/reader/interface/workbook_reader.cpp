@@ -7,6 +7,7 @@
 #include "interface/lifecycle.h"
 #include "prologue/prologue.h"
 #include "scan/scan.h"
+#include "wzss/header_versions.h"
 
 namespace wzss {
 
@@ -15,19 +16,9 @@ namespace {
 // The header line is checked in three fixed-size reads: the keyword, the
 // version digits with the four characters that follow them, and the
 // encoding keyword. Later bytes belong to the prologue scan.
-constexpr std::string_view kHeaderKeyword = "*BEGIN SPREADSHEETS VERSION=";  // 28 bytes
 constexpr int32_t kVersionFieldSize = 7;   // three digits, then four bytes not examined
 constexpr int32_t kEncodingFieldSize = 10;
 constexpr std::string_view kEncodingKeyword = " ENCODING";  // the '=' is not compared
-
-struct VersionCode {
-  std::string_view digits;
-  uint32_t code;
-};
-// Tested in this order; the first match decides.
-constexpr VersionCode kVersions[] = {
-    {"440", 4}, {"441", 4}, {"430", 3}, {"420", 2}, {"400", 0},
-};
 
 // Reads count bytes into a zeroed buffer of count + 1 bytes. The number of
 // bytes delivered is not examined: a short read leaves zeros behind, which
@@ -45,7 +36,7 @@ bool checkHeaderKeyword(StreamInterface* stream) {
 
 bool checkVersion(WorkbookReader* reader) {
   const HeaderField<kVersionFieldSize> field(reader->stream);
-  for (const VersionCode& version : kVersions) {
+  for (const HeaderVersion& version : kHeaderVersions) {
     if (wzMatchKeyword(field.bytes, version.digits)) {
       reader->version = version.code;
       return true;
