@@ -88,7 +88,7 @@ void runFormat(benchmark::State& state, const FormatCase& c) {
         wzFormatCellValue(host.sheet.get(), value, c.code, c.decimals, c.dateStyle, &length);
     benchmark::DoNotOptimize(text);
     if (text == nullptr) {
-      state.SkipWithError("wzFormatVal failed");
+      state.SkipWithError("wzFormatCellValue failed");
       break;
     }
     hostFree(host.services.get(), text);
