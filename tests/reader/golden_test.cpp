@@ -1,9 +1,17 @@
-// Golden dumps of the hand-written workbooks in data/: each is walked in
-// process through the host kit over the statically linked plug-in, printed
-// as `wzss dump` prints it (with each object's content), and compared with golden/NAME.dump line by line,
-// once in the C locale and once in a locale that writes a decimal comma
-// (the output must not change). A golden is reviewed line by line when it
-// is made and when it changes; regenerate one only for an intended change:
+// Golden dumps of the hand-written workbooks in data/, each dense with the
+// edges of one part of the reader:
+//   lines     cell-line grammar: addresses, sheet prefixes, skipped lines, runs of a sheet
+//   styles    fills, borders, alignment items and text attributes
+//   values    every display code, decimals character, date style and clock
+//   labels    labels and quoted strings continued over later lines
+//   prologue  colour maps, typefaces, attribute table, Row List, sheet names, Symbols
+//   view      widths, heights, visible ranges, title lines and the renumbering
+//   objects   object blocks, frames, drawings, linked files and the size text
+// Each is walked in process through the host kit over the statically linked
+// plug-in, printed as `wzss dump` prints it (each object's content after its
+// line) and compared with golden/NAME.dump, in the C locale and in one that
+// writes a decimal comma. A golden is reviewed line by line when it is made
+// and when it changes; regenerate one only for an intended change:
 //   WZSS_UPDATE_GOLDEN=1 build/bin/reader_tests   (then read the diff line by line)
 #include <gtest/gtest.h>
 
@@ -13,7 +21,6 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
-#include <sstream>
 #include <string>
 #include <vector>
 
