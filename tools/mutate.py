@@ -327,6 +327,10 @@ def main():
     parser.add_argument("--log", type=Path, help="JSON-lines results (default BUILD/mutants.jsonl)")
     parser.add_argument("--json", type=Path, help="summary file (default BUILD/mutants.json)")
     parser.add_argument("--list", action="store_true", help="print the sampled sites and stop")
+    parser.add_argument("--shard", default="0/1", metavar="K/N",
+                        help="test only every N-th site of the sample, from the K-th (from 0), in a "
+                             "checkout and build folder of its own, so N machines' cores share a "
+                             "sample; concatenate the logs and --report them together")
     parser.add_argument("--report", action="store_true",
                         help="summarize the log as it stands, without building anything")
     args = parser.parse_args()
@@ -358,10 +362,16 @@ def test_sample(args, sites, log_path):
     suite.configure()
     suite.clean_run()
     done, compiled_count = load_log(log_path), 0
+    shard, shards = (int(n) for n in args.shard.split("/"))
+    # A shard goes a little past its share, so that the merged logs cover
+    # the sample's first --count compiling mutants without a gap.
+    wanted = args.count if shards == 1 else -(-args.count // shards) + 3
     with log_path.open("a") as log:
         for number, site in enumerate(sites, 1):
-            if compiled_count >= args.count:
+            if compiled_count >= wanted:
                 break
+            if (number - 1) % shards != shard:
+                continue
             record = done.get(site_id(site))
             if record is None:
                 with Mutant(args.repo, site):
