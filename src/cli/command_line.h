@@ -17,6 +17,9 @@ namespace wzss::cli {
 
 struct CommonOptions {
   std::string file;
+  // How messages name the input: the file, or "stdin" for a copy of it.
+  std::string label;
+  const std::string& name() const { return label.empty() ? file : label; }
   std::string sheet;  // a name or a number from 1; empty: every sheet
   std::string encoding;  // of the workbook's texts; empty: the one its header names
   bool quiet = false;

@@ -242,9 +242,9 @@ int ConvertCommands::runCsv(const SSReaderInterface& table) {
   options.typedValues = values_ == "typed";
   std::vector<std::string> warnings;
   auto walked = writeCsvSheets(table, common_.file, options, sink, &bytes, &warnings, common_.read);
-  common_.warn(common_.file, warnings);
-  if (!walked) return fail(common_.file, walked.error().message);
-  return sink.finish(common_.file);
+  common_.warn(common_.name(), warnings);
+  if (!walked) return fail(common_.name(), walked.error().message);
+  return sink.finish(common_.name());
 }
 
 int ConvertCommands::runJson(const SSReaderInterface& table) {
@@ -256,9 +256,9 @@ int ConvertCommands::runJson(const SSReaderInterface& table) {
   const bool toStdout = output_.empty() || output_ == "-";
   std::string error;
   const bool written = toStdout ? writeStdout(json) : writeFileAtomically(output_, json, &error);
-  common_.warn(common_.file, outcome.warnings);
-  if (!outcome.walked) return fail(common_.file, outcome.walked.error().message);
-  if (!outcome.refusal.empty()) return fail(common_.file, outcome.refusal, kExitUsage);
+  common_.warn(common_.name(), outcome.warnings);
+  if (!outcome.walked) return fail(common_.name(), outcome.walked.error().message);
+  if (!outcome.refusal.empty()) return fail(common_.name(), outcome.refusal, kExitUsage);
   if (!written) return toStdout ? fail("stdout", "write error") : fail(output_, error);
   if (!toStdout) printWritten(output_);
   return kExitOk;
@@ -266,14 +266,14 @@ int ConvertCommands::runJson(const SSReaderInterface& table) {
 
 int ConvertCommands::runHtml(const SSReaderInterface& table) {
   auto book = readWorkbook(table, common_.file, common_.encoding, common_.read);
-  if (!book) return fail(common_.file, book.error().message);
-  common_.warn(common_.file, book.value().warnings);
+  if (!book) return fail(common_.name(), book.error().message);
+  common_.warn(common_.name(), book.value().warnings);
   if (!common_.sheet.empty()) {
     std::vector<SheetModel>& sheets = book.value().sheets;
     std::vector<host::SheetInfo> infos;
     for (const SheetModel& sheet : sheets) infos.push_back(sheet.info);
     const std::optional<size_t> found = findSheet(infos, common_.sheet);
-    if (!found) return fail(common_.file, noSuchSheet(common_.sheet, infos.size()), kExitUsage);
+    if (!found) return fail(common_.name(), noSuchSheet(common_.sheet, infos.size()), kExitUsage);
     sheets = {std::move(sheets[*found])};
   }
   HtmlOptions options;
@@ -286,15 +286,15 @@ int ConvertCommands::runXlsx(const SSReaderInterface& table) {
   const bool toStdout = output_.empty() || output_ == "-";
   // A zip file is no text for a terminal.
   if (toStdout && isatty(STDOUT_FILENO))
-    return fail(common_.file, "stdout is a terminal: give -o OUT.xlsx, or redirect", kExitUsage);
+    return fail(common_.name(), "stdout is a terminal: give -o OUT.xlsx, or redirect", kExitUsage);
   XlsxStats stats;
   int status = kExitOk;
   auto failed = convertToXlsx(
       table, common_.file, common_.encoding, common_.read,
       [&](const PieceProducer& xlsx) { return (status = emit(output_, xlsx)) == kExitOk; },
       &stats);
-  common_.warn(common_.file, stats.warnings);
-  if (failed && !failed->empty()) return fail(common_.file, *failed);
+  common_.warn(common_.name(), stats.warnings);
+  if (failed && !failed->empty()) return fail(common_.name(), *failed);
   if (status != kExitOk) return status;
   return kExitOk;
 }

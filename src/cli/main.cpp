@@ -67,7 +67,7 @@ int openWorkbook(const host::Plugin& plugin, const CommonOptions& common, Workbo
   const std::string& path = common.file;
   std::string error;
   book.file = host::FileStream::open(path, &error);
-  if (!book.file) return fail(path, "cannot open: " + error);
+  if (!book.file) return fail(common.name(), "cannot open: " + error);
   // Linked objects name their files relative to the workbook's folder.
   book.services.setBaseFolder(fs::path(path).parent_path().string());
   book.services.setLinkedFiles(common.read.linkedFiles);
@@ -78,7 +78,7 @@ int openWorkbook(const host::Plugin& plugin, const CommonOptions& common, Workbo
   book.walker =
       std::make_unique<host::Walker>(plugin.table(), book.file->get(), book.services.get(), options);
   auto sheets = book.walker->open();
-  if (!sheets) return fail(path, sheets.error().message);
+  if (!sheets) return fail(common.name(), sheets.error().message);
   return kExitOk;
 }
 
@@ -95,7 +95,7 @@ struct WarningsAtEnd {
   const CommonOptions& common;
   const Workbook& book;
   ~WarningsAtEnd() {
-    if (book.walker) common.warn(common.file, book.walker->warnings());
+    if (book.walker) common.warn(common.name(), book.walker->warnings());
   }
 };
 
@@ -177,7 +177,7 @@ int runDump(const host::Plugin& plugin, const CommonOptions& common, Output& out
   WarningsAtEnd warnings{common, book};
   if (int status = openWorkbook(plugin, common, book); status != kExitOk) return status;
   DumpVisitor visitor(out);
-  return walkChosen(book, common.file, common.sheet, visitor);
+  return walkChosen(book, common.name(), common.sheet, visitor);
 }
 
 // Lists the objects of each sheet; stops a sheet at its first cell, since
@@ -235,7 +235,7 @@ int runObjects(const host::Plugin& plugin, const CommonOptions& common,
   WarningsAtEnd warnings{common, book};
   if (int status = openWorkbook(plugin, common, book); status != kExitOk) return status;
   ObjectVisitor visitor(out, extractDir);
-  const int status = walkChosen(book, common.file, common.sheet, visitor);
+  const int status = walkChosen(book, common.name(), common.sheet, visitor);
   if (!visitor.failedFile().empty()) return fail(visitor.failedFile(), "cannot write the drawing");
   return status;
 }
@@ -294,6 +294,7 @@ int run(int argc, char** argv) {
     stdinCopy = StdinCopy::make(&error);
     if (!stdinCopy) return fail("-", error);
     common.file = stdinCopy->path();
+    common.label = "stdin";
   }
 
   Output out;

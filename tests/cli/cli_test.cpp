@@ -131,7 +131,7 @@ INSTANTIATE_TEST_SUITE_P(
                   "wzss: --lines excludes --pretty\n"},
         ErrorCase{"allWithoutDirectory", {"csv", kBudget, "--all"}, 2,
                   "wzss: csv: --all writes one file per sheet: give the directory with -o DIR\n"},
-        ErrorCase{"notAWorkbookOnStdin", {"info", "-"}, 1, "wzss: /"},
+        ErrorCase{"notAWorkbookOnStdin", {"info", "-"}, 1, "wzss: stdin: "},
         ErrorCase{"missingFile",
                   {"dump", "/nonexistent/book.wzs"},
                   1,
