@@ -19,6 +19,55 @@ namespace wzss::cli {
 // One field, quoted when it needs to be.
 std::string csvField(std::string_view text);
 
+// Hidden rows or columns (the CSV writer's, and the Python package's
+// grids): the runs merged into disjoint spans, each with
+// the number of hidden lines before it, so that a cell's field is found
+// without a pass over the runs. Runs are merged once, by settle(), which
+// comes after the last add() and before the first question.
+class HiddenLines {
+ public:
+  static constexpr uint64_t kHidden = UINT64_MAX;
+
+  void add(const Run& run);
+  void settle();
+  void clear();
+  bool contains(uint32_t index) const { return index != 0 && shownBefore(index) == kHidden; }
+  // Hidden lines among 1 .. index - 1.
+  uint64_t countBefore(uint64_t index) const { return spans_.empty() ? 0 : count(index); }
+  // Shown lines among 1 .. index - 1, or kHidden when line index (from 1,
+  // never 0) is hidden: a cell's field number in one question. Asked once per
+  // cell, so the lines past the last hidden one and those the table
+  // covers are answered without a search.
+  uint64_t shownBefore(uint64_t index) const {
+    if (index > lastHidden_) return index - 1 - hiddenTotal_;
+    if (index <= table_.size())
+      return table_[index - 1] == kHiddenEntry ? kHidden : table_[index - 1];
+    return find(static_cast<uint32_t>(index)) ? kHidden : index - 1 - count(index);
+  }
+  // The index of the shown line that has `shown` shown lines before it.
+  uint32_t shownAt(uint64_t shown) const;
+
+ private:
+  struct Span {
+    uint32_t first;
+    uint32_t last;
+    uint64_t hiddenBefore;
+  };
+  // The table covers the lines up to the last hidden one, or this many.
+  static constexpr uint64_t kTableLines = 4096;
+  static constexpr uint32_t kHiddenEntry = UINT32_MAX;
+
+  // The questions for lines the table does not cover.
+  bool find(uint32_t index) const;
+  uint64_t count(uint64_t index) const;
+  std::vector<Span> spans_;
+  bool settled_ = true;
+  uint64_t lastHidden_ = 0;
+  uint64_t hiddenTotal_ = 0;
+  // Line i + 1's shown lines before it, or kHiddenEntry.
+  std::vector<uint32_t> table_;
+};
+
 // A sheet's CSV built while its items arrive. A workbook written in order
 // gives its hidden runs first and then its cells row by row: each field is
 // then written as its cell arrives, and only the rows' ends wait for the
@@ -67,54 +116,6 @@ class CsvSheet {
     uint64_t offset;  // into texts_
     uint32_t length;  // 0: no text
   };
-  // Hidden rows or columns: the runs merged into disjoint spans, each with
-  // the number of hidden lines before it, so that a cell's field is found
-  // without a pass over the runs. Runs are merged once, by settle(), which
-  // comes after the last add() and before the first question.
-  class HiddenLines {
-   public:
-    static constexpr uint64_t kHidden = UINT64_MAX;
-
-    void add(const Run& run);
-    void settle();
-    void clear();
-    bool contains(uint32_t index) const { return index != 0 && shownBefore(index) == kHidden; }
-    // Hidden lines among 1 .. index - 1.
-    uint64_t countBefore(uint64_t index) const { return spans_.empty() ? 0 : count(index); }
-    // Shown lines among 1 .. index - 1, or kHidden when line index (from 1,
-    // never 0) is hidden: a cell's field number in one question. Asked once per
-    // cell, so the lines past the last hidden one and those the table
-    // covers are answered without a search.
-    uint64_t shownBefore(uint64_t index) const {
-      if (index > lastHidden_) return index - 1 - hiddenTotal_;
-      if (index <= table_.size())
-        return table_[index - 1] == kHiddenEntry ? kHidden : table_[index - 1];
-      return find(static_cast<uint32_t>(index)) ? kHidden : index - 1 - count(index);
-    }
-    // The index of the shown line that has `shown` shown lines before it.
-    uint32_t shownAt(uint64_t shown) const;
-
-   private:
-    struct Span {
-      uint32_t first;
-      uint32_t last;
-      uint64_t hiddenBefore;
-    };
-    // The table covers the lines up to the last hidden one, or this many.
-    static constexpr uint64_t kTableLines = 4096;
-    static constexpr uint32_t kHiddenEntry = UINT32_MAX;
-
-    // The questions for lines the table does not cover.
-    bool find(uint32_t index) const;
-    uint64_t count(uint64_t index) const;
-    std::vector<Span> spans_;
-    bool settled_ = true;
-    uint64_t lastHidden_ = 0;
-    uint64_t hiddenTotal_ = 0;
-    // Line i + 1's shown lines before it, or kHiddenEntry.
-    std::vector<uint32_t> table_;
-  };
-
   // The fields written so far, in blocks that never move: a growing sheet
   // neither copies what it holds nor touches fresh memory twice, and the
   // blocks serve the next sheet.

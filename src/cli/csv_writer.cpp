@@ -152,7 +152,7 @@ std::string csvField(std::string_view text) {
 
 // --- Hidden lines --------------------------------------------------------
 
-void CsvSheet::HiddenLines::add(const Run& run) {
+void HiddenLines::add(const Run& run) {
   // Line 0 holds no field; a run that names no line hides nothing.
   const uint32_t first = std::max<uint32_t>(run.first, 1);
   if (first > run.last) return;
@@ -160,7 +160,7 @@ void CsvSheet::HiddenLines::add(const Run& run) {
   settled_ = false;
 }
 
-void CsvSheet::HiddenLines::settle() {
+void HiddenLines::settle() {
   if (settled_) return;
   settled_ = true;
   std::sort(spans_.begin(), spans_.end(),
@@ -194,20 +194,20 @@ void CsvSheet::HiddenLines::settle() {
   }
 }
 
-void CsvSheet::HiddenLines::clear() {
+void HiddenLines::clear() {
   spans_.clear();
   settled_ = true;
   lastHidden_ = hiddenTotal_ = 0;
   table_.clear();
 }
 
-bool CsvSheet::HiddenLines::find(uint32_t index) const {
+bool HiddenLines::find(uint32_t index) const {
   auto after = std::upper_bound(spans_.begin(), spans_.end(), index,
                                 [](uint32_t i, const Span& span) { return i < span.first; });
   return after != spans_.begin() && index <= std::prev(after)->last;
 }
 
-uint64_t CsvSheet::HiddenLines::count(uint64_t index) const {
+uint64_t HiddenLines::count(uint64_t index) const {
   auto after = std::partition_point(spans_.begin(), spans_.end(),
                                     [index](const Span& span) { return span.first < index; });
   if (after == spans_.begin()) return 0;
@@ -215,7 +215,7 @@ uint64_t CsvSheet::HiddenLines::count(uint64_t index) const {
   return span.hiddenBefore + std::min<uint64_t>(span.last, index - 1) - span.first + 1;
 }
 
-uint32_t CsvSheet::HiddenLines::shownAt(uint64_t shown) const {
+uint32_t HiddenLines::shownAt(uint64_t shown) const {
   uint64_t index = shown + 1;
   for (const Span& span : spans_) {
     if (span.first > index) break;

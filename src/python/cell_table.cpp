@@ -5,43 +5,6 @@
 
 namespace wzss::python {
 
-void HiddenSpans::add(uint32_t first, uint32_t last) {
-  first = std::max<uint32_t>(first, 1);  // line 0 is never on the grid
-  if (first <= last) spans_.push_back({first, last, 0});
-}
-
-void HiddenSpans::settle() {
-  std::sort(spans_.begin(), spans_.end(),
-            [](const Span& a, const Span& b) { return a.first < b.first; });
-  std::vector<Span> merged;
-  for (const Span& span : spans_) {
-    if (!merged.empty() && uint64_t{span.first} <= uint64_t{merged.back().last} + 1)
-      merged.back().last = std::max(merged.back().last, span.last);
-    else
-      merged.push_back(span);
-  }
-  uint64_t hidden = 0;
-  for (Span& span : merged) {
-    span.hiddenBefore = hidden;
-    hidden += uint64_t{span.last} - span.first + 1;
-  }
-  spans_ = std::move(merged);
-}
-
-bool HiddenSpans::contains(uint32_t line) const {
-  auto after = std::upper_bound(spans_.begin(), spans_.end(), line,
-                                [](uint32_t value, const Span& s) { return value < s.first; });
-  return after != spans_.begin() && std::prev(after)->last >= line;
-}
-
-uint64_t HiddenSpans::hiddenBefore(uint64_t line) const {
-  auto after = std::upper_bound(spans_.begin(), spans_.end(), line,
-                                [](uint64_t value, const Span& s) { return value < s.first; });
-  if (after == spans_.begin()) return 0;
-  const Span& span = *std::prev(after);
-  return span.hiddenBefore + std::min(line, uint64_t{span.last} + 1) - span.first;
-}
-
 void SheetCells::settle() {
   hiddenRows.settle();
   hiddenColumns.settle();
@@ -99,9 +62,9 @@ class CellCollector : public host::SheetVisitor {
   bool item(const host::SheetInfo&, host::Item& item) override {
     SheetCells& sheet = table_.sheets.back();
     if (const auto* rows = std::get_if<host::RowRun>(&item)) {
-      if (rows->size == 0) sheet.hiddenRows.add(rows->first, rows->last);
+      if (rows->size == 0) sheet.hiddenRows.add({rows->first, rows->last, 0});
     } else if (const auto* columns = std::get_if<host::ColumnRun>(&item)) {
-      if (columns->size == 0) sheet.hiddenColumns.add(columns->first, columns->last);
+      if (columns->size == 0) sheet.hiddenColumns.add({columns->first, columns->last, 0});
     } else if (const auto* cell = std::get_if<host::Cell>(&item)) {
       add(sheet, *cell);
     }

@@ -12,6 +12,7 @@
 #include <variant>
 #include <vector>
 
+#include "cli/csv_sheet.h"
 #include "cli/sheet_model.h"
 #include "wzss/host/values.h"
 #include "wzss/host/walker.h"
@@ -31,30 +32,11 @@ struct CellEntry {
   double number = 0;
 };
 
-// Hidden rows or columns as disjoint spans, for placing cells on the grid
-// that leaves them out.
-class HiddenSpans {
- public:
-  void add(uint32_t first, uint32_t last);
-  // Merges the runs; call once after the last add().
-  void settle();
-  bool contains(uint32_t line) const;
-  // Hidden lines among 1 .. line - 1.
-  uint64_t hiddenBefore(uint64_t line) const;
-
- private:
-  struct Span {
-    uint32_t first, last;
-    uint64_t hiddenBefore;
-  };
-  std::vector<Span> spans_;
-};
-
 struct SheetCells {
   host::SheetInfo info;
   std::vector<CellEntry> cells;  // by row, then column; one per position
   std::string texts;
-  HiddenSpans hiddenRows, hiddenColumns;
+  cli::HiddenLines hiddenRows, hiddenColumns;
   bool ordered = true;
 
   std::string_view text(const CellEntry& cell) const {

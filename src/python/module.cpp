@@ -279,8 +279,8 @@ py::array sheetGrid(const SheetCells& sheet, bool keepHidden, const std::string&
   auto [lastRow, lastColumn] = sheet.textExtent();
   uint64_t rows = lastRow, columns = lastColumn;
   if (!keepHidden) {
-    rows -= sheet.hiddenRows.hiddenBefore(uint64_t{lastRow} + 1);
-    columns -= sheet.hiddenColumns.hiddenBefore(uint64_t{lastColumn} + 1);
+    rows -= sheet.hiddenRows.countBefore(uint64_t{lastRow} + 1);
+    columns -= sheet.hiddenColumns.countBefore(uint64_t{lastColumn} + 1);
   }
   if (rows * columns > kMaxGridCells)
     raiseWorkbookError(path, "sheet \"" + sheet.info.name + "\": a grid of " + std::to_string(rows) +
@@ -294,8 +294,8 @@ py::array sheetGrid(const SheetCells& sheet, bool keepHidden, const std::string&
     uint64_t r = cell.row - 1, c = cell.column - 1;
     if (!keepHidden) {
       if (sheet.hiddenRows.contains(cell.row) || sheet.hiddenColumns.contains(cell.column)) continue;
-      r -= sheet.hiddenRows.hiddenBefore(cell.row);
-      c -= sheet.hiddenColumns.hiddenBefore(cell.column);
+      r -= sheet.hiddenRows.countBefore(cell.row);
+      c -= sheet.hiddenColumns.countBefore(cell.column);
     }
     PyObject* text = utf8(sheet.text(cell));
     if (values) {
