@@ -344,5 +344,21 @@ TEST_F(WalkerTest, IncompleteTableIsRefusedBeforeAnyCall) {
   EXPECT_EQ(services.stats().allocations, 0u);
 }
 
+// Object content is read line by line to its end, whether the stream gives
+// its length (a drawing) or not (a linked file), and closed again.
+TEST(ReadContentLines, ReadsEveryLineAndClosesTheStream) {
+  for (const uint32_t length : {0u, 5u}) {
+    MemoryStream content("a\r\nbc");
+    content.get()->streamLength = length;
+    std::vector<std::pair<std::string, bool>> lines;
+    EXPECT_TRUE(readContentLines(content.get(), [&lines](std::string_view line, bool newline) {
+      lines.emplace_back(line, newline);
+    }));
+    EXPECT_EQ(lines, (std::vector<std::pair<std::string, bool>>{{"a\r", true}, {"bc", false}}));
+    EXPECT_EQ(content.calls().opens, 1u);
+    EXPECT_EQ(content.calls().closes, 1u);
+  }
+}
+
 }  // namespace
 }  // namespace wzss::host
