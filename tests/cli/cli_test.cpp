@@ -309,18 +309,20 @@ TEST(CliTest, DamagedWorkbooksAreReportedAndFailOnlyWhenStrict) {
     }
     EXPECT_EQ(wzss({"--strict", "-q", "info", path}).status, 1) << c.name;
   }
-  std::vector<std::string> convert = {"convert", "--to", "csv", "-o", (dir.path() / "out").string(),
-                                      kBudget};
-  convert.insert(convert.end(), files.begin(), files.begin() + 2);
-  const CommandRun run = wzss(convert);
-  EXPECT_EQ(run.status, 0) << run.err;
-  EXPECT_NE(
-      run.err.find("converted 3 of 3 workbooks (warnings: " + files[0] + " 1, " + files[1] + " 2)"),
-      std::string::npos)
-      << run.err;
-  EXPECT_TRUE(fs::exists(dir.path() / "out" / "cut"));
-  convert.insert(convert.begin(), "--strict");
-  EXPECT_EQ(wzss(convert).status, 1);
+  for (const char* format : {"csv", "json", "html", "xlsx"}) {
+    std::vector<std::string> convert = {"convert", "--to", format, "-o",
+                                        (dir.path() / format).string(), kBudget};
+    convert.insert(convert.end(), files.begin(), files.begin() + 2);
+    const CommandRun run = wzss(convert);
+    EXPECT_EQ(run.status, 0) << format << ": " << run.err;
+    EXPECT_NE(run.err.find("converted 3 of 3 workbooks (warnings: " + files[0] + " 1, " +
+                           files[1] + " 2)"),
+              std::string::npos)
+        << format << ": " << run.err;
+    convert.insert(convert.begin(), "--strict");
+    EXPECT_EQ(wzss(convert).status, 1) << format;
+  }
+  EXPECT_TRUE(fs::exists(dir.path() / "csv" / "cut"));
 }
 
 // A linked object reaches no further than --linked-files lets it: by
