@@ -27,10 +27,12 @@ const lines = execFileSync(process.argv[2], { maxBuffer: 1 << 28 }).toString().s
 const typedByForm = new Map();
 const counts = { text: 0 };
 const failures = [];
+const parenthesesTyped = [0, 0];  // negatives in parentheses: left text, typed
 for (const line of lines) {
   if (line === '') continue;
   const [form, display, type, number, format, iso] = line.split('\t');
   counts[type] = (counts[type] || 0) + 1;
+  if (display.startsWith('(')) parenthesesTyped[type === 'text' ? 0 : 1]++;
   if (!typedByForm.has(form)) typedByForm.set(form, 0);
   if (type === 'text') continue;
   typedByForm.set(form, typedByForm.get(form) + 1);
@@ -46,6 +48,8 @@ for (const [form, typed] of typedByForm) {
   if (!expectText && typed === 0) failures.push(`${form}: no text of this form was typed`);
   if (textForms.has(form) && typed > 0) failures.push(`${form}: ${typed} texts typed, none expected`);
 }
+if (parenthesesTyped[0] + parenthesesTyped[1] > 0 && parenthesesTyped[1] === 0)
+  failures.push('no negative in parentheses was typed');
 console.log('cases by type:', JSON.stringify(counts));
 for (const failure of failures.slice(0, 40)) console.log('FAIL', failure);
 if (failures.length > 0) {
