@@ -104,6 +104,9 @@ TEST(WriteFileAtomically, WritesPiecesAndLeavesNothingWhenTheyBreakOff) {
   const std::string fresh = (dir.path() / "fresh.csv").string();
   EXPECT_FALSE(writeFileAtomically(fresh, brokenOff, &error));
   EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir.path()), {}), 1);
+  std::filesystem::create_directory(path + ".part");  // no partial file can be made there
+  EXPECT_FALSE(writeFileAtomically(path, "text", &error));
+  EXPECT_NE(error.find("cannot write " + path + ".part"), std::string::npos) << error;
   error.clear();
   EXPECT_FALSE(writeFileAtomically(path + "/below.html", "text", &error));
   EXPECT_FALSE(error.empty());
