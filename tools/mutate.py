@@ -213,11 +213,14 @@ class Suite:
         subprocess.run(["ninja", "-C", str(self.build), "all"], check=True, env=ENVIRONMENT)
         listing, _ = run(["ctest", "--show-only=json-v1", "-E", self.args.exclude], self.build)
         tests = json.loads(listing.stdout)["tests"]
-        self.targets = sorted({os.path.relpath(t["command"][0], self.build) for t in tests
-                               if t["command"][0].startswith(str(self.build))}
-                              | set(self.args.also_build))
         self.artifacts = [p for folder in ("bin", "lib") for p in (self.build / folder).glob("*")
                           if p.is_file()]
+        # Every built program a test runs, also one it hands to an
+        # interpreter (node judge.js BINARY), so that none runs stale.
+        built = {str(p) for p in self.artifacts}
+        self.targets = sorted({os.path.relpath(word, self.build) for t in tests
+                               for word in t["command"] if word in built}
+                              | set(self.args.also_build))
         self.inputs = {t["name"]: self.inputs_of(t["command"]) for t in tests}
 
     def inputs_of(self, command):
