@@ -7,6 +7,8 @@
 //   prologue  colour maps, typefaces, attribute table, Row List, sheet names, Symbols
 //   view      widths, heights, visible ranges, title lines and the renumbering
 //   objects   object blocks, frames, drawings, linked files and the size text
+//   budget    a grid at the edge of its byte budget: a Row List past it is not kept
+//             (in large/, which the fault sweeps pass over: one walk takes 100 MB)
 // Each is walked in process through the host kit over the statically linked
 // plug-in, printed as `wzss dump` prints it (each object's content after its
 // line) and compared with golden/NAME.dump, in the C locale and in one that
@@ -88,7 +90,7 @@ struct LocaleGuard {
 TEST(GoldenDump, EveryWorkbookInEveryLocale) {
   LocaleGuard guard;
   std::vector<fs::path> books;
-  for (const auto& entry : fs::directory_iterator(WZSS_READER_DATA_DIR))
+  for (const auto& entry : fs::recursive_directory_iterator(WZSS_READER_DATA_DIR))
     if (entry.path().extension() == ".wzs") books.push_back(entry.path());
   ASSERT_GE(books.size(), 5u);
   std::sort(books.begin(), books.end());
