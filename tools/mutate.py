@@ -208,29 +208,38 @@ class Suite:
                             "-DCMAKE_BUILD_TYPE=RelWithDebInfo",
                             "-DCMAKE_CXX_FLAGS_RELWITHDEBINFO=-O1 -DNDEBUG",
                             "-DCMAKE_C_FLAGS_RELWITHDEBINFO=-O1 -DNDEBUG",
-                            "-DWZSS_BUILD_BENCHMARKS=OFF"] + launcher, check=True,
+                            "-DWZSS_BUILD_BENCHMARKS=OFF", "-DWZSS_BUILD_PYTHON=ON"] + launcher,
+                           check=True,
                            stdout=subprocess.DEVNULL, env=ENVIRONMENT)
         subprocess.run(["ninja", "-C", str(self.build), "all"], check=True, env=ENVIRONMENT)
         listing, _ = run(["ctest", "--show-only=json-v1", "-E", self.args.exclude], self.build)
         tests = json.loads(listing.stdout)["tests"]
+        required = {t["name"]: {Path(f) for f in properties(t).get("REQUIRED_FILES", [])
+                                if self.build in Path(f).parents} for t in tests}
         self.artifacts = [p for folder in ("bin", "lib") for p in (self.build / folder).glob("*")
-                          if p.is_file()]
+                          if p.is_file()] + sorted(set().union(*required.values()))
         # Every built program a test runs, also one it hands to an
-        # interpreter (node judge.js BINARY), so that none runs stale.
+        # interpreter (node judge.js BINARY), and every built file it
+        # declares it needs (the staged Python package), so that none runs
+        # stale.
         built = {str(p) for p in self.artifacts}
         self.targets = sorted({os.path.relpath(word, self.build) for t in tests
                                for word in t["command"] if word in built}
+                              | {os.path.relpath(f, self.build) for files in required.values()
+                                 for f in files}
                               | set(self.args.also_build))
-        self.inputs = {t["name"]: self.inputs_of(t["command"]) for t in tests}
+        self.inputs = {t["name"]: self.inputs_of(t["command"], required[t["name"]])
+                       for t in tests}
 
-    def inputs_of(self, command):
-        """The built files a test runs; None when it runs something outside
-        the build folder (a compiler, a script), which then always runs."""
+    def inputs_of(self, command, required):
+        """The built files a test runs or declares it needs; None when it
+        runs something outside the build folder (a compiler, a script) and
+        declares nothing, which then always runs."""
         program = Path(command[0])
         if self.build not in program.parents:
-            return None
+            return required or None
         text = " ".join(command).encode() + program.read_bytes()
-        return {program} | {p for p in self.artifacts if str(p).encode() in text}
+        return {program} | required | {p for p in self.artifacts if str(p).encode() in text}
 
     def build_targets(self):
         """Whether the tree compiled, the built files that changed, and the
@@ -271,7 +280,9 @@ class Suite:
         started = time.monotonic()
         # Hosts find a shared library by paths made at run time (the command
         # loads the plug-in next to itself): a changed one runs every test.
-        everything = any(p.suffix == ".so" for p in changed)
+        # A Python extension module is loaded only by the staged package,
+        # which its tests declare.
+        everything = any(p.suffix == ".so" and p.name.startswith("lib") for p in changed)
         for names, timeout in self.stages:
             names = [n for n in names
                      if everything or self.inputs.get(n) is None or self.inputs[n] & changed]
@@ -279,6 +290,11 @@ class Suite:
             if not passed:
                 return False, failed, time.monotonic() - started
         return True, [], time.monotonic() - started
+
+
+def properties(test):
+    """A CTest entry's properties as a dict."""
+    return {p["name"]: p["value"] for p in test.get("properties", [])}
 
 
 def load_log(path):
