@@ -6,6 +6,8 @@
 
 #include "wzss/host/memory_stream.h"
 #include "wzss/host/services.h"
+#include "wzss/host/text_encoding.h"
+#include "wzss/host/walker.h"
 #include "wzss/reader_abi.h"
 
 namespace wzss::harness {
@@ -24,8 +26,9 @@ constexpr uint64_t kItemsPerInputByte = 2000;
 constexpr uint64_t kWorkingText = 512;
 
 struct Walk;
-// The walk under way on this thread: the stream operations the harness
-// installs are plain functions and find their walk here.
+// The walk under way on this thread: the stream operations and the
+// entry-point wrappers the harness installs are plain functions and find
+// their walk here.
 thread_local Walk* currentWalk = nullptr;
 
 // A stream the host hands out through OpenFile for a linked object.
@@ -46,14 +49,10 @@ struct Walk {
   host::Services services;
   host::MemoryStream stream;
   WalkReport report;
-  SSReaderInterface table{};
+  SSReaderInterface plugin{};   // the reader's own entry points
+  SSReaderInterface watched{};  // the same, some of them seen through the wrappers below
+  bool sheetFresh = false;      // no item pulled yet from the open sheet
   std::vector<std::unique_ptr<LinkedStream>> linked;
-  // The text buffer handed out last, exactly as large as asked, so that a
-  // write past it or into an earlier one is caught by the sanitizer.
-  std::unique_ptr<char[]> textBuffer;
-  uint32_t textBufferSize = 0;
-  // Object descriptors kept for reading after the sheet's last item.
-  std::vector<ObjectDescriptor*> deferred;
 };
 
 void documentReleased(StreamInterface*) {
@@ -74,43 +73,53 @@ bool terminatedWithin(const char* text, size_t size) {
   return std::memchr(text, '\0', size) != nullptr;
 }
 
-intptr_t sheetCallback(uintptr_t cookie, int32_t op, intptr_t argument, intptr_t zero) {
-  Walk& walk = *reinterpret_cast<Walk*>(cookie);
-  if (zero != 0) walk.violation("sheet callback called with a non-zero fourth argument");
-  switch (op) {
-    case WZSS_CALLBACK_TEXT_BUFFER: {
-      const auto size = static_cast<uint64_t>(argument);
-      if (argument <= 0 || size > 2 * walk.inputSize + 2 * kWorkingText) {
-        walk.violation("text buffer of " + std::to_string(argument) + " bytes asked for");
-        return 0;
-      }
-      if (walk.options.nullTextBuffers) return 0;
-      walk.textBuffer = std::make_unique<char[]>(size);
-      std::memset(walk.textBuffer.get(), 0xAA, size);
-      walk.textBufferSize = static_cast<uint32_t>(size);
-      return reinterpret_cast<intptr_t>(walk.textBuffer.get());
-    }
-    case WZSS_CALLBACK_FILL: {
-      const auto* fill = reinterpret_cast<const FillInfo*>(argument);
-      if (fill == nullptr) {
-        walk.violation("fill registered without a FillInfo");
-        return 0;
-      }
-      if (fill->shadePercent > 100) walk.violation("fill shade above 100 percent");
-      ++walk.report.fills;
-      return 3;
-    }
-    default:
-      walk.violation("sheet callback op " + std::to_string(op));
-      return 0;
+// The first pass as the walker asks for it, with a query before it and,
+// when it gives 0, a second asking (a host may well ask again).
+int32_t describeWatched(WorkbookReader* reader, WorkbookInfo* info, int32_t flags) {
+  Walk& walk = *currentWalk;
+  WorkbookInfo untouched;
+  std::memset(&untouched, 0x3C, sizeof untouched);
+  WorkbookInfo probe = untouched;
+  const int32_t queried = walk.plugin.GetWorkSheetInfo(reader, &probe, 1);
+  if (queried != 1) walk.violation("a query returned " + std::to_string(queried));
+  if (std::memcmp(&probe, &untouched, sizeof probe) != 0)
+    walk.violation("a query wrote into the info");
+
+  int32_t result = walk.plugin.GetWorkSheetInfo(reader, info, flags);
+  if (result == 0) {
+    std::memset(info, 0, sizeof *info);
+    result = walk.plugin.GetWorkSheetInfo(reader, info, flags);
   }
+  walk.report.infoResult = result;
+  if (result != 0 && result != 1)
+    walk.violation("WZGetWorkSheetInfo returned " + std::to_string(result));
+  if (result == 1 && info->sheetCount > 0 && info->sheets == nullptr)
+    walk.violation("a sheet count without a sheet list");
+  for (uint32_t i = 0; info->sheets != nullptr && i < info->sheetCount; ++i) {
+    if (!terminatedWithin(info->sheets[i].name, sizeof info->sheets[i].name))
+      walk.violation("unterminated name of sheet " + std::to_string(i + 1));
+  }
+  return result;
 }
 
-bool isLinked(const Walk& walk, const StreamInterface* stream) {
-  for (const auto& link : walk.linked) {
-    if (link->memory.get() == stream) return true;
-  }
-  return false;
+void checkFont(Walk& walk, const FontRecord& font, const char* where) {
+  if (!terminatedWithin(font.name, sizeof font.name))
+    walk.violation(std::string("unterminated font name in ") + where);
+}
+
+// Each sheet's record starts as garbage, so that the reader relies on no
+// field it did not write; the fonts are checked as the reader wrote them.
+int32_t processWatched(SheetReader* sheet, SheetItem* item) {
+  Walk& walk = *currentWalk;
+  if (walk.sheetFresh) std::memset(item, 0x5A, sizeof *item);
+  walk.sheetFresh = false;
+  const int32_t result = walk.plugin.ProcessSheet(sheet, item);
+  if (result > 1) walk.violation("WZProcessSheet returned " + std::to_string(result));
+  if (result == 0 && item->itemType == WZSS_ITEM_SETTINGS)
+    checkFont(walk, item->settings.font, "the settings item");
+  if (result == 0 && item->itemType == WZSS_ITEM_CELL && item->cell.hasFont == 1)
+    checkFont(walk, item->cell.font, "a cell item");
+  return result;
 }
 
 // Reads a content stream to its end in chunks; the reader may never hand
@@ -155,7 +164,7 @@ void filterLine(Walk& walk, StreamInterface* content, const char* text, int32_t 
 }
 
 // Everything a host may do with a drawing's stream, out-of-range seeks
-// included, then Release.
+// included; the content handle releases it.
 void exerciseContent(Walk& walk, StreamInterface* content) {
   if (content->Open == nullptr || content->Read == nullptr || content->Seek == nullptr ||
       content->Tell == nullptr || content->Close == nullptr || content->FilterLine == nullptr ||
@@ -196,172 +205,116 @@ void exerciseContent(Walk& walk, StreamInterface* content) {
   char byte[kReadChunk];
   const int afterClose = content->Read(content, byte, kReadChunk);
   if (afterClose != 0) walk.violation("content Read after Close returned " + std::to_string(afterClose));
-  content->Release(content);
 }
 
-void releaseObject(Walk& walk, ObjectDescriptor* descriptor) {
-  StreamInterface* content = descriptor->content;
-  if (content != nullptr) {
-    if (isLinked(walk, content)) {
-      ++walk.report.linkedStreams;
-      content->Release(content);
-    } else if ((walk.options.sheetFlags & WZSS_SHEET_NO_OBJECT_STREAMS) != 0) {
-      walk.violation("object stream built although the sheet flags ask for none");
-      content->Release(content);
-    } else {
-      exerciseContent(walk, content);
-    }
-  }
-  walk.services.free(descriptor);
-}
-
-void checkFont(Walk& walk, const FontRecord& font, const char* where) {
-  if (!terminatedWithin(font.name, sizeof font.name)) {
-    walk.violation(std::string("unterminated font name in ") + where);
-  }
-}
-
-void checkCell(Walk& walk, const SheetItemCell& cell) {
-  ++walk.report.cells;
-  if (cell.hasFont == 1) checkFont(walk, cell.font, "a cell item");
-  if (cell.text == nullptr) return;
-  ++walk.report.cellsWithText;
-  if (cell.text != walk.textBuffer.get()) {
-    walk.violation("cell text is not the buffer the host handed out for it");
-    return;
-  }
-  if (cell.textLength > walk.textBufferSize || !terminatedWithin(cell.text, walk.textBufferSize)) {
-    walk.violation("cell text longer than its buffer or unterminated");
-  }
-}
-
-void handleObject(Walk& walk, const SheetItemObject& object) {
-  ++walk.report.objects;
-  if ((walk.options.readerFlags & WZSS_READER_NO_OBJECTS) != 0) {
-    walk.violation("object item delivered although the reader flags ask for none");
-  }
-  ObjectDescriptor* descriptor = object.descriptor;
-  if (descriptor == nullptr) {
-    walk.violation("object item without a descriptor");
-    return;
-  }
-  if (walk.options.deferObjectStreams) {
-    walk.deferred.push_back(descriptor);
+void useObject(Walk& walk, const host::ObjectContent& object) {
+  StreamInterface* content = object.stream();
+  if (content == nullptr) return;
+  bool linked = false;
+  for (const auto& link : walk.linked) linked = linked || link->memory.get() == content;
+  if (linked) {
+    ++walk.report.linkedStreams;
+  } else if ((walk.options.sheetFlags & WZSS_SHEET_NO_OBJECT_STREAMS) != 0) {
+    walk.violation("object stream built although the sheet flags ask for none");
   } else {
-    releaseObject(walk, descriptor);
+    exerciseContent(walk, content);
   }
 }
 
-void checkItem(Walk& walk, const SheetItem& item) {
-  ++walk.report.items;
-  switch (item.itemType) {
-    case WZSS_ITEM_SETTINGS: checkFont(walk, item.settings.font, "the settings item"); break;
-    case WZSS_ITEM_COLUMN_RUN:
-    case WZSS_ITEM_ROW_RUN:
-    case WZSS_ITEM_OPTION: break;
-    case WZSS_ITEM_CELL: checkCell(walk, item.cell); break;
-    case WZSS_ITEM_OBJECT: handleObject(walk, item.object); break;
-    default: walk.violation("item of type " + std::to_string(item.itemType));
+// The item checks of a careful host, on the walker's typed items.
+class Checks : public host::SheetVisitor {
+ public:
+  explicit Checks(Walk& walk) : walk_(walk) {}
+
+  void beginSheet(const host::SheetInfo&) override {
+    deferred_.clear();  // left by a sheet that ended in an error
+    ++walk_.report.sheetsOpened;
+    walk_.sheetFresh = true;
   }
-  // The buffer belongs to the host from here on; dropping it now turns any
-  // later write into it by the reader into a use after free.
-  walk.textBuffer.reset();
-  walk.textBufferSize = 0;
-}
 
-uint64_t itemBound(const Walk& walk) {
-  if (walk.options.maxItemsPerSheet != 0) return walk.options.maxItemsPerSheet;
-  return kBaseItemBound + kItemsPerInputByte * walk.inputSize;
-}
-
-void pumpSheet(Walk& walk, SheetReader* sheet) {
-  SheetItem item;
-  std::memset(&item, 0x5A, sizeof item);
-  const uint64_t bound = itemBound(walk);
-  for (uint64_t count = 0;; ++count) {
-    if (count == bound) {
-      walk.violation("the pump did not end within " + std::to_string(bound) + " items");
-      return;
-    }
-    const int32_t result = walk.table.ProcessSheet(sheet, &item);
-    if (result == 1) return;
-    if (result != 0) {
-      walk.violation("WZProcessSheet returned " + std::to_string(result) + " for an open sheet");
-      return;
-    }
-    checkItem(walk, item);
+  bool item(const host::SheetInfo&, host::Item& item) override {
+    ++walk_.report.items;
+    const auto* cell = std::get_if<host::Cell>(&item);
+    if (cell != nullptr && cell->fill && cell->fill->shadePercent > 100)
+      walk_.violation("fill shade above 100 percent");
+    if (auto* object = std::get_if<host::Object>(&item)) handleObject(*object);
+    return true;
   }
-}
 
-void walkSheets(Walk& walk, WorkbookReader* reader, const WorkbookInfo& info) {
-  const uint32_t count = info.sheetCount < walk.options.maxSheets ? info.sheetCount
-                                                                  : walk.options.maxSheets;
-  for (uint32_t index = 0; index < count; ++index) {
-    if (!terminatedWithin(info.sheets[index].name, sizeof info.sheets[index].name)) {
-      walk.violation("unterminated name of sheet " + std::to_string(index + 1));
-    }
-    SheetReader* sheet = walk.table.InitSheet(reader, reinterpret_cast<uintptr_t>(&walk),
-                                              info.sheets[index].viewPos, &sheetCallback,
-                                              walk.options.sheetFlags);
-    if (sheet == nullptr) continue;
-    ++walk.report.sheetsOpened;
-    pumpSheet(walk, sheet);
-    for (ObjectDescriptor* descriptor : walk.deferred) releaseObject(walk, descriptor);
-    walk.deferred.clear();
-    walk.table.CloseSheet(sheet);
+  // After the sheet's last item, before it is closed.
+  void endSheet(const host::SheetInfo&, const host::SheetStats& stats) override {
+    for (host::ObjectContent& object : deferred_) useObject(walk_, object);
+    deferred_.clear();
+    if (stats.strayCalls != 0) walk_.violation("sheet callback called outside its contract");
+    if (stats.largestTextBuffer > 2 * walk_.inputSize + 2 * kWorkingText)
+      walk_.violation("text buffer of " + std::to_string(stats.largestTextBuffer) +
+                      " bytes asked for");
+    if (stats.textsCut != 0 && !walk_.options.nullTextBuffers)
+      walk_.violation("cell text longer than its buffer or unterminated");
   }
-}
 
-// First pass, then the cached list; a host that gets 0 may well ask again.
-int32_t describeWorkbook(Walk& walk, WorkbookReader* reader, WorkbookInfo* info) {
-  WorkbookInfo untouched;
-  std::memset(&untouched, 0x3C, sizeof untouched);
-  WorkbookInfo probe = untouched;
-  if (walk.table.GetWorkSheetInfo(reader, &probe, 1) != 1) walk.violation("a query did not return 1");
-  if (std::memcmp(&probe, &untouched, sizeof probe) != 0) walk.violation("a query wrote into the info");
-
-  int32_t result = 0;
-  for (int attempt = 0; attempt < 2 && result != 1; ++attempt) {
-    std::memset(info, 0, sizeof *info);
-    result = walk.table.GetWorkSheetInfo(reader, info, 0);
-    if (result != 0 && result != 1) {
-      walk.violation("WZGetWorkSheetInfo returned " + std::to_string(result));
-      return 0;
+ private:
+  void handleObject(host::Object& object) {
+    ++walk_.report.objects;
+    if ((walk_.options.readerFlags & WZSS_READER_NO_OBJECTS) != 0)
+      walk_.violation("object item delivered although the reader flags ask for none");
+    if (!object.hasDescriptor) {
+      walk_.violation("object item without a descriptor");
+    } else if (walk_.options.deferObjectStreams) {
+      deferred_.push_back(std::move(object.content));
+    } else {
+      useObject(walk_, object.content);
     }
   }
-  if (result == 1 && info->sheetCount > 0 && info->sheets == nullptr) {
-    walk.violation("a sheet count without a sheet list");
-    return 0;
-  }
-  return result;
+
+  Walk& walk_;
+  // Object content kept for reading after the sheet's last item.
+  std::vector<host::ObjectContent> deferred_;
+};
+
+// Walker errors that only a reader breaking the contract causes.
+void checkStatus(Walk& walk, const host::WalkError& error) {
+  using Kind = host::WalkErrorKind;
+  const bool faulted = walk.options.failAllocation != 0;
+  if (error.kind == Kind::NotAWorkbook || error.kind == Kind::SheetNotOpened ||
+      (error.kind == Kind::ReaderNotAllocated && faulted))
+    return;
+  walk.violation(error.message);
 }
 
 void walkReader(Walk& walk) {
-  StreamInterface* document = walk.stream.get();
-  WorkbookReader* reader =
-      walk.table.AllocateReader(nullptr, 0, document, walk.services.get(), 0, walk.options.readerFlags);
-  if (reader == nullptr) {
-    if (walk.options.failAllocation == 0) walk.violation("WZAllocateReader failed without a fault");
-    return;
-  }
-  WorkbookInfo info;
-  walk.report.infoResult = describeWorkbook(walk, reader, &info);
+  host::WalkOptions options;
+  options.readerFlags = walk.options.readerFlags;
+  options.sheetFlags = walk.options.sheetFlags;
+  options.maxItemsPerSheet = kBaseItemBound + kItemsPerInputByte * walk.inputSize;
+  // Only the reader touches the document: no header, survey or view reads
+  // of the host's own.
+  options.encoding = host::kFallbackEncoding;
+  options.surveyDocument = false;
+  options.placeEmptyCells = false;
+  options.textBuffers =
+      walk.options.nullTextBuffers ? host::TextBuffers::Refused : host::TextBuffers::Exact;
+  host::Walker walker(walk.watched, walk.stream.get(), walk.services.get(), options);
+  auto opened = walker.open();
   if (walk.options.failSheetOpens) walk.stream.failOpen(true);
-  if (walk.report.infoResult == 1) {
-    walk.report.sheetCount = info.sheetCount;
-    walkSheets(walk, reader, info);
+  if (!opened) return checkStatus(walk, opened.error());
+  walk.report.sheetCount = static_cast<uint32_t>(walker.sheets().size());
+  Checks checks(walk);
+  for (size_t i = 0; i < walker.sheets().size() && i < walk.options.maxSheets; ++i) {
+    auto walked = walker.walkSheet(i, checks);
+    if (!walked) checkStatus(walk, walked.error());
   }
-  SheetItem item;
-  if (walk.table.ProcessSheet(nullptr, &item) != -1) walk.violation("WZProcessSheet(null) is not -1");
-  walk.table.CloseReader(reader);
 }
 
 void setUp(Walk& walk) {
-  walk.table.hostSlot3 = kHostSlot3;
-  wzGetSSReaderInterface(&walk.table);
-  if (walk.table.hostSlot3 != kHostSlot3 || walk.table.nullSlot5 != nullptr) {
+  walk.plugin.hostSlot3 = kHostSlot3;
+  wzGetSSReaderInterface(&walk.plugin);
+  if (walk.plugin.hostSlot3 != kHostSlot3 || walk.plugin.nullSlot5 != nullptr) {
     walk.violation("the entry-point table's host slots were not left as documented");
   }
+  walk.watched = walk.plugin;
+  walk.watched.GetWorkSheetInfo = &describeWatched;
+  walk.watched.ProcessSheet = &processWatched;
   StreamInterface* document = walk.stream.get();
   document->Release = &documentReleased;
   if (walk.options.dropCloseSlot) walk.stream.dropCloseSlot();
@@ -378,12 +331,14 @@ void setUp(Walk& walk) {
 }
 
 void finish(Walk& walk) {
+  SheetItem item;
+  if (walk.plugin.ProcessSheet(nullptr, &item) != -1)
+    walk.violation("WZProcessSheet(null) is not -1");
   const host::StreamCalls& calls = walk.stream.calls();
   walk.report.allocations = walk.services.stats().allocations;
   walk.report.seeks = calls.seeks;
   walk.report.reads = calls.reads;
   walk.report.opens = calls.opens;
-  walk.report.closes = calls.closes;
   walk.report.liveBlocksAfterClose = walk.services.stats().liveBlocks;
   if (walk.report.liveBlocksAfterClose != 0) {
     walk.violation(std::to_string(walk.report.liveBlocksAfterClose) +

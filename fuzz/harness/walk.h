@@ -3,11 +3,12 @@
 // targets, the fault-injection sweeps, the hostile-input tests and the
 // replay of regression inputs.
 //
-// One walk: bytes -> host::MemoryStream -> WZAllocateReader ->
-// WZGetWorkSheetInfo -> per sheet WZInitSheet, WZProcessSheet to the end,
+// One walk: bytes -> host::MemoryStream -> the host kit's Walker over the
+// statically linked entry points (WZAllocateReader, WZGetWorkSheetInfo, per
+// sheet WZInitSheet, WZProcessSheet to the end, WZCloseSheet, WZCloseReader),
 // each object's content stream read, seeked, filtered, closed and released,
-// its descriptor freed -> WZCloseSheet -> WZCloseReader; then no block may
-// be left alive in the accounting allocator.
+// its descriptor freed; then no block may be left alive in the accounting
+// allocator.
 #pragma once
 
 #include <cstdint>
@@ -35,11 +36,8 @@ struct WalkOptions {
   bool failOpen = false;         // every Open of the document stream fails
   bool failSheetOpens = false;   // Opens fail once the first pass is over
 
-  // Bounds that keep a walk finite whatever the reader does.
+  // Sheets walked at most; the items of a sheet are bounded by the input's size.
   uint32_t maxSheets = 64;
-  // Items of one sheet beyond which the pump counts as not ending; 0 derives
-  // a bound from the input's size.
-  uint64_t maxItemsPerSheet = 0;
 };
 
 struct WalkReport {
@@ -47,18 +45,14 @@ struct WalkReport {
   uint32_t sheetCount = 0;
   uint32_t sheetsOpened = 0;
   uint64_t items = 0;
-  uint64_t cells = 0;
-  uint64_t cellsWithText = 0;
   uint64_t objects = 0;
   uint64_t objectStreams = 0;    // content streams built by the reader
   uint64_t linkedStreams = 0;    // content streams opened through OpenFile
-  uint64_t fills = 0;
   // Host calls made during the walk, for sizing fault sweeps.
   uint64_t allocations = 0;
   uint64_t seeks = 0;
   uint64_t reads = 0;
   uint64_t opens = 0;
-  uint64_t closes = 0;
   uint64_t liveBlocksAfterClose = 0;
   std::vector<std::string> violations;
 

@@ -115,27 +115,43 @@ std::string printable(std::string_view text) {
 // ---------------------------------------------------------------------------
 
 struct Walker::Session {
-  explicit Session(TextDecoder& textDecoder) : decoder(textDecoder) {}
+  Session(TextDecoder& textDecoder, TextBuffers mode) : decoder(textDecoder), mode(mode) {}
   TextDecoder& decoder;
-  // Buffers live until the sheet is closed and are reused from item to item:
-  // a cell needs one, and its text is copied out before the next item.
+  const TextBuffers mode;
+  // A cell needs a buffer, and its text is copied out before the next item;
+  // Reused keeps the buffers until the sheet is closed, Exact frees them
+  // when the next item is pulled.
   std::vector<std::unique_ptr<char[]>> buffers;
   std::vector<uint32_t> capacities;
   size_t used = 0;  // buffers handed out for the current item
   std::vector<FillInfo> fills;
   SheetStats stats;
 
-  void startItem() { used = 0; }
+  void startItem() {
+    if (mode == TextBuffers::Exact) {
+      buffers.clear();
+      capacities.clear();
+    }
+    used = 0;
+  }
 
   char* textBuffer(intptr_t size) {
     ++stats.textBuffers;
+    if (size <= 0) ++stats.strayCalls;
     if (size <= 0 || size > kMaxTextBuffer) return nullptr;
     const auto need = static_cast<uint32_t>(size);
+    stats.largestTextBuffer = std::max<uint64_t>(stats.largestTextBuffer, need);
+    if (mode == TextBuffers::Refused) return nullptr;
     if (used == buffers.size()) {
       buffers.emplace_back();
       capacities.push_back(0);
     }
-    if (capacities[used] < need) {
+    if (mode == TextBuffers::Exact) {
+      buffers[used] = std::make_unique_for_overwrite<char[]>(need);
+      // Not zero, so that a byte the plug-in never wrote ends no text.
+      std::memset(buffers[used].get(), 0xAA, need);
+      capacities[used] = need;
+    } else if (capacities[used] < need) {
       // Grow to a power of two so a sheet settles on a few buffers quickly.
       uint32_t capacity = 64;
       while (capacity < need) capacity *= 2;
@@ -152,12 +168,14 @@ struct Walker::Session {
   }
 
   // The text of a buffer handed out for this item, read no further than the
-  // item's length and the buffer's capacity (a longer length is counted as
-  // a cut text), into out; false when text is no such buffer.
+  // item's length and the buffer's capacity (a longer length, or no end
+  // within the buffer, is counted as a cut text), into out; false when text
+  // is no such buffer.
   bool copyText(const char* text, uint32_t length, std::optional<std::string>& out) {
     for (size_t i = 0; i < used; ++i) {
       if (buffers[i].get() != text) continue;
-      if (length > capacities[i]) ++stats.textsCut;
+      if (length > capacities[i] || strnlen(text, capacities[i]) == capacities[i])
+        ++stats.textsCut;
       const size_t size = strnlen(text, std::min<size_t>(length, capacities[i]));
       if (!out) out.emplace();
       decoder.decode(std::string_view(text, size), *out);
@@ -172,14 +190,15 @@ struct Walker::Session {
   }
 };
 
-intptr_t Walker::callback(uintptr_t cookie, int32_t op, intptr_t argument, intptr_t) {
+intptr_t Walker::callback(uintptr_t cookie, int32_t op, intptr_t argument, intptr_t zero) {
   auto& session = *reinterpret_cast<Session*>(cookie);
+  if (zero != 0) ++session.stats.strayCalls;
   switch (op) {
     case WZSS_CALLBACK_TEXT_BUFFER: return reinterpret_cast<intptr_t>(session.textBuffer(argument));
     case WZSS_CALLBACK_FILL:
-      if (argument == 0) return 0;
-      return session.registerFill(*reinterpret_cast<const FillInfo*>(argument));
-    default: return 0;
+      if (argument != 0) return session.registerFill(*reinterpret_cast<const FillInfo*>(argument));
+      [[fallthrough]];
+    default: ++session.stats.strayCalls; return 0;
   }
 }
 
@@ -397,7 +416,7 @@ Result<SheetStats> Walker::walkSheet(size_t index, SheetVisitor& visitor) {
   std::optional<TitleLines> titles;
   if (options_.placeEmptyCells) titles = TitleLines::read(document_, info.viewPos);
   bool titlesSettled = false;
-  Session session(*decoder_);
+  Session session(*decoder_, options_.textBuffers);
   SheetReader* sheet = table_.InitSheet(reader_, reinterpret_cast<uintptr_t>(&session),
                                         info.viewPos, &Walker::callback, options_.sheetFlags);
   if (sheet == nullptr)

@@ -10,10 +10,10 @@
 // warnings().
 //
 // The walker plays the host's part of the contract: it hands out the text
-// buffers of callback op 0 (a per-sheet arena, reused from item to item),
-// numbers the fills of op 2 (1, 2, ... in the order the sheet registers
-// them) and owns every object descriptor and object stream the plug-in
-// delivers until the visitor takes them.
+// buffers of callback op 0 (as WalkOptions::textBuffers chooses), numbers
+// the fills of op 2 (1, 2, ... in the order the sheet registers them) and
+// owns every object descriptor and object stream the plug-in delivers until
+// the visitor takes them.
 #pragma once
 
 #include <cstdint>
@@ -238,7 +238,26 @@ struct SheetStats {
   uint64_t items = 0;
   uint64_t textBuffers = 0;  // callback op 0 requests
   uint64_t fills = 0;        // callback op 2 registrations
-  uint64_t textsCut = 0;     // cell texts longer than their buffer, or refused one
+  // Cell texts longer than their buffer or with no end in it, or refused one.
+  uint64_t textsCut = 0;
+  uint64_t largestTextBuffer = 0;  // bytes of the largest op 0 request
+  // Callback calls outside the contract: an unknown op, a non-zero fourth
+  // argument, a fill without its record, a buffer of no bytes.
+  uint64_t strayCalls = 0;
+};
+
+// How the walker answers the plug-in's text buffer requests (callback op 0).
+enum class TextBuffers {
+  // From a per-sheet arena reused from item to item: the fewest allocations.
+  Reused,
+  // Each exactly as large as asked, its bytes set non-zero, and freed once
+  // its item is handed on: a memory checker then catches a plug-in that
+  // writes past a buffer or into an earlier item's, and an unterminated
+  // text is counted as cut.
+  Exact,
+  // Every request refused: cells come without text (counted as cut), as a
+  // host short of memory may answer.
+  Refused,
 };
 
 class SheetVisitor {
@@ -275,6 +294,7 @@ struct WalkOptions {
   // numbered and fills Settings::titleRows and titleColumns. False: items
   // as the plug-in gives them.
   bool placeEmptyCells = true;
+  TextBuffers textBuffers = TextBuffers::Reused;
 };
 
 class Walker {
