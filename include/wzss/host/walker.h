@@ -270,6 +270,9 @@ class SheetVisitor {
   virtual void beginSheet(const SheetInfo&) {}
   // Return false to stop pulling items; the sheet is closed as usual.
   virtual bool item(const SheetInfo& sheet, Item& item) = 0;
+  // After the last item, while the sheet is still open: object content
+  // taken from earlier items may still be read here. Not called when the
+  // walk of the sheet ends in an error.
   virtual void endSheet(const SheetInfo&, const SheetStats&) {}
 };
 
