@@ -110,6 +110,7 @@ INSTANTIATE_TEST_SUITE_P(
     Errors, ErrorTest,
     testing::Values(
         ErrorCase{"noCommand", {}, 2, "wzss: no command given (the commands: info, dump, "},
+        ErrorCase{"onlyAnOption", {"-x"}, 2, "wzss: no command given"},
         ErrorCase{"unknownCommand", {"frobnicate", kBudget}, 2, "wzss: unknown command \"frobnicate\""},
         ErrorCase{"missingFileArgument", {"dump"}, 2, "wzss: FILE is required\n"},
         ErrorCase{"unknownOption", {"info", kBudget, "--bogus"}, 2,
@@ -387,7 +388,7 @@ TEST(CliTest, EncodingWarningsOverrideAndByteOrderMark) {
   ScratchDir dir;
   const fs::path utf8 = dir.path() / "utf8.wzs";
   std::string cp1252 = readFile(book);
-  std::ofstream(utf8) << cp1252.replace(cp1252.find("WINDOWS-1252"), 12, "UTF-8");
+  std::ofstream(utf8) << cp1252.replace(cp1252.find("ENCODING=WINDOWS-1252"), 21, "Encoding=UTF-8");
   EXPECT_NE(wzss({"info", utf8.string()}).err.find(" not valid in UTF-8 replaced by U+FFFD\n"),
             std::string::npos);
   const fs::path unknown = dir.path() / "unknown.wzs";

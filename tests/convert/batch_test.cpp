@@ -79,6 +79,19 @@ TEST(ConvertCommand, ExitsWithOneWhenAFileFailedAndStillConvertsTheRest) {
   EXPECT_EQ(std::distance(fs::directory_iterator(in.output), {}), 3);  // no partial files
 }
 
+// On a terminal a status line counts the files; it is wiped at the end.
+TEST(RunBatch, WipesItsStatusLine) {
+  BatchInputs in;
+  char* shown = nullptr;
+  size_t size = 0;
+  std::FILE* progress = open_memstream(&shown, &size);
+  runBatch(convert_test::readerTable(), {in.files[1]}, BatchOptions{}, progress);
+  std::fclose(progress);
+  EXPECT_EQ(std::string(shown, size),
+            "\r[0/1] 0 B/s broken.wzs\x1b[K\r[1/1] 0 B/s broken.wzs\x1b[K\r\x1b[K");
+  std::free(shown);
+}
+
 // CSV gives a directory per workbook with a file per sheet.
 TEST(ConvertCommand, ExitsWithZeroWhenEveryFileConverted) {
   BatchInputs in;

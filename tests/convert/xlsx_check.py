@@ -4,18 +4,20 @@ every cell's position, value, number format, font, fill, borders and
 alignment, column widths, row heights, hidden lines, the default font and
 the object notes; numbers, dates and times shown through their number
 format by the npm package ssf must give the JSON's text. Then the failures: an unwritable target and a file that is
-no workbook leave no file behind, neither at the target nor in TMPDIR.
+no workbook leave no file behind, neither at the target nor in TMPDIR, nor does
+a command stopped by a signal while it copies standard input.
 
 usage: xlsx_check.py WZSS WZGEN SCRATCH WORKBOOK...
 """
-import datetime, json, os, subprocess, sys
+import datetime, glob, json, os, shutil, subprocess, sys, time
 import openpyxl
 from openpyxl.utils.datetime import to_excel
 
 wzss, wzgen, scratch, inputs = sys.argv[1], sys.argv[2], sys.argv[3], sys.argv[4:]
 os.makedirs(scratch, exist_ok=True)
 tmp = os.path.join(scratch, "tmp")
-os.makedirs(tmp, exist_ok=True)
+shutil.rmtree(tmp, ignore_errors=True)  # what an earlier run left there is no fault of this one
+os.makedirs(tmp)
 env = dict(os.environ, TMPDIR=tmp)
 for size, seed in (("256K", "1"), ("64K", "7")):
     generated = os.path.join(scratch, f"generated-{seed}.wzs")
@@ -35,13 +37,13 @@ def check_names(names, raw):
     folded = [n.casefold() for n in names]
     expect("unique names", len(set(folded)), len(names))
     for i, (name, original) in enumerate(zip(names, raw)):
-        ok = 0 < len(name) <= 31 and not set(name) & set("[]:*?/\\") and name[0] != "'" \
+        ok = 0 < len(name) <= 31 and not set(name) & set("[]:*?/\\\x7f") and name[0] != "'" \
             and name[-1] != "'" and name.casefold() != "history"
         expect(f"valid name {name!r}", ok, True)
-        # A valid name that no earlier sheet took stays as it is.
-        if 0 < len(original) <= 31 and not set(original) & set("[]:*?/\\'") \
-                and original.casefold() not in ["history"] + folded[:i]:
-            expect("name kept", name, original)
+        # A valid name stays as it is; " (2)" follows it when an earlier sheet took it.
+        if 0 < len(original) <= 31 and not set(original) & set("[]:*?/\\'\x7f") \
+                and original.casefold() != "history":
+            expect("name kept", name, original + (" (2)" if original.casefold() in folded[:i] else ""))
 
 # A font size of 0 has no meaning in XLSX: the cell keeps 11 points.
 def check_cell(where, c, cell):
@@ -69,7 +71,8 @@ def check_cell(where, c, cell):
         expect(f"{where} {side} border", got.style, wanted)
         if line:
             expect(f"{where} {side} colour", got.color.rgb, rgb(line["color"]))
-    if "font" not in cell:
+    if "font" not in cell:  # a formatted empty cell: the workbook's font
+        expect(where + " font", (c.font.name, c.font.sz), default_font)
         return
     font = cell["font"]
     expect(where + " font", (c.font.name, c.font.sz, bool(c.font.b), bool(c.font.i), c.font.u),
@@ -124,9 +127,10 @@ def check(path, xlsx):
     book = openpyxl.load_workbook(xlsx)
     raw = [s["name"] for s in document["sheets"]]
     check_names(book.sheetnames, raw)
-    expect(path + " default font", (book._fonts[0].name, book._fonts[0].sz),
-           (document["sheets"][0]["settings"]["defaultFont"]["name"],
-            document["sheets"][0]["settings"]["defaultFont"]["size"] or 11))
+    global default_font
+    font = document["sheets"][0]["settings"]["defaultFont"]
+    default_font = (font["name"], font["size"] or 11)
+    expect(path + " default font", (book._fonts[0].name, book._fonts[0].sz), default_font)
     for ws, sheet in zip(book.worksheets, document["sheets"]):
         check_sheet(f"{os.path.basename(path)}:{ws.title}", ws, sheet)
 
@@ -165,6 +169,14 @@ for source, target in ((inputs[0], os.path.join(blocker, "out.xlsx")),
     expect(f"{target} message names a file", source in run.stderr or blocker in run.stderr, True)
     expect(f"{target} left behind", [f for f in os.listdir(os.path.dirname(target)) if "out" in f]
            if os.path.isdir(os.path.dirname(target)) else [], [])
+# A signal while standard input is copied removes the copy.
+reading = subprocess.Popen([wzss, "info", "-"], stdin=subprocess.PIPE, env=env)
+for _ in range(1000):
+    if glob.glob(os.path.join(tmp, "wzss-*", "stdin")):
+        break
+    time.sleep(0.01)
+reading.terminate()
+reading.wait()
 expect("temporary files left", os.listdir(tmp), [])
 
 print("\n".join(failures[:40]) or

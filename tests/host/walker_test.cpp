@@ -129,6 +129,10 @@ Step settingsStep() {
 // through the real plug-in.
 struct Recorder : SheetVisitor {
   bool item(const SheetInfo&, Item&) override { return true; }
+  void endSheet(const SheetInfo&, const SheetStats& stats) override {
+    textBuffers += stats.textBuffers;
+  }
+  uint64_t textBuffers = 0;
 };
 
 class WalkerTest : public testing::Test {
@@ -231,6 +235,7 @@ TEST_F(WalkerTest, WarnsOfDamageItCanSee) {
       EXPECT_NE(w.warnings().back().find(c.messagePart), std::string::npos) << w.warnings().back();
     }
   }
+  EXPECT_EQ(recorder.textBuffers, 2u) << "one asked by each of the two text cases";
 }
 
 struct FailureCase {
@@ -342,6 +347,15 @@ TEST_F(WalkerTest, IncompleteTableIsRefusedBeforeAnyCall) {
   ASSERT_FALSE(sheets);
   EXPECT_EQ(sheets.error().kind, WalkErrorKind::BadTable);
   EXPECT_EQ(services.stats().allocations, 0u);
+}
+
+// A content handle moved onto another releases what the other held.
+TEST_F(WalkerTest, ObjectContentMovedOntoAnotherReleasesItsDescriptor) {
+  const auto descriptor = [&] {
+    return new (hostAlloc(services.get(), sizeof(ObjectDescriptor))) ObjectDescriptor{};
+  };
+  ObjectContent held(services.get(), descriptor());
+  held = ObjectContent(services.get(), descriptor());
 }
 
 // Object content is read line by line to its end, whether the stream gives

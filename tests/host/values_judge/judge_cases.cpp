@@ -94,5 +94,8 @@ int main() {
     for (int32_t style = 2; style <= kLastDateStyle; ++style)
       if (auto display = bench.format(written, kDateCode, 0, style))
         emit("date" + std::to_string(style), *display);
+  // Written by hand: grouped digits are a number, a month 13 or a year before 1900 no date.
+  for (const char* grouped : {"1,234", "-12,345.5"}) emit("grouped", grouped);
+  for (const char* notADate : {"2024-13-01", "1899-12-31"}) emit("notADate", notADate);
   return 0;
 }
