@@ -87,15 +87,6 @@ TEST(FileStreamTest, AgreesWithTheMemoryStreamOnRandomCalls) {
   }
 }
 
-TEST(FileStreamTest, RefusesWhatCannotBeReadAsAWorkbookStream) {
-  TempDir dir;
-  std::string error;
-  EXPECT_FALSE(FileStream::open(dir.path() + "/missing", &error));
-  EXPECT_EQ(error, "No such file or directory");
-  EXPECT_FALSE(FileStream::open(dir.path(), &error));
-  EXPECT_EQ(error, "is a directory");
-}
-
 TEST(FileStreamTest, RefusesAFileOf4GiBButTakesOneByteLess) {
   // Sparse files: the size is set without writing, so this costs no disk.
   TempDir dir;

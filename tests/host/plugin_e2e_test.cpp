@@ -1,6 +1,6 @@
 // The built libwzss.so, loaded by path as a host loads it, walked over every
-// sample workbook: every object's content can be read,
-// and no block the plug-in obtained is left alive, also when allocations fail.
+// sample workbook: every object's content can be read, and no block the
+// plug-in obtained is left alive (failed allocations are the fault sweep's).
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -53,14 +53,12 @@ struct Walked {
   bool opened = false;
   std::string error;
   Counter checker;
-  uint64_t allocations = 0;
   uint64_t liveAfterwards = 0;
 };
 
-Walked walk(const std::string& path, WalkOptions options = {}, uint64_t failAllocation = 0) {
+Walked walk(const std::string& path, WalkOptions options = {}) {
   Walked result;
   Services services;
-  services.failAllocation(failAllocation);
   services.setBaseFolder(std::filesystem::path(path).parent_path().string());  // linked objects
   auto file = FileStream::open(path);
   if (!file) {
@@ -76,7 +74,6 @@ Walked walk(const std::string& path, WalkOptions options = {}, uint64_t failAllo
     else if (auto all = walker.walkAll(result.checker); !all)
       result.error = all.error().message;
   }
-  result.allocations = services.stats().allocations;
   result.liveAfterwards = services.stats().liveBlocks;
   return result;
 }
@@ -104,17 +101,6 @@ TEST_P(SampleTest, WalksEverySheetAndHonoursTheFlags) {
   EXPECT_EQ(noStreams.checker.objects, full.checker.objects);
   EXPECT_EQ(noStreams.checker.drawingStreams, 0u) << "linked files still come through OpenFile";
   EXPECT_EQ(noObjects.liveAfterwards + noStreams.liveAfterwards, 0u);
-}
-
-TEST_P(SampleTest, EveryFailedAllocationEndsCleanly) {
-  // Fail each allocation of a full walk in turn: whatever the walk reports,
-  // nothing may be left alive and nothing may crash.
-  const Walked full = walk(GetParam());
-  ASSERT_GT(full.allocations, 0u);
-  for (uint64_t n = 1; n <= full.allocations; ++n) {
-    const Walked failed = walk(GetParam(), {}, n);
-    ASSERT_EQ(failed.liveAfterwards, 0u) << "allocation " << n << " of " << full.allocations;
-  }
 }
 
 INSTANTIATE_TEST_SUITE_P(Samples, SampleTest, testing::ValuesIn(samples()),

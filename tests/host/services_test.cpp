@@ -100,37 +100,6 @@ TEST(ServicesDeathTest, SanitizerReportsUseOfAFreedReusableBlock) {
 }
 #endif
 
-TEST(ServicesTest, FailAllocationFailsExactlyTheNthCallOfAnyKind) {
-  // Call 1 makes the block that call 4 resizes; calls 2 to 6 are one of each
-  // kind. A refused Realloc keeps the old block and its contents.
-  for (uint64_t failing = 2; failing <= 6; ++failing) {
-    SCOPED_TRACE(failing);
-    Memory m;
-    m.services.failAllocation(failing);
-    auto* base = static_cast<char*>(m.alloc(6));
-    ASSERT_NE(base, nullptr);
-    std::memcpy(base, "stays", 6);
-    void* results[5] = {};
-    results[0] = m.alloc(8);
-    results[1] = m.calloc(2, 8);
-    const uint64_t bytesBefore = m.stats().liveBytes;
-    results[2] = m.realloc(base, 64);
-    if (results[2] != nullptr) {
-      base = nullptr;  // moved into the result
-    } else {
-      EXPECT_STREQ(base, "stays");
-      EXPECT_EQ(m.stats().liveBytes, bytesBefore);
-    }
-    results[3] = m.realloc(nullptr, 8);
-    results[4] = m.alloc(8);
-    for (uint64_t i = 0; i < 5; ++i) EXPECT_EQ(results[i] == nullptr, i + 2 == failing) << i + 2;
-    for (void* r : results) m.free(r);
-    m.free(base);
-    EXPECT_EQ(m.stats().liveBlocks, 0u);
-    EXPECT_EQ(m.stats().allocations, 6u);
-  }
-}
-
 TEST(ServicesTest, OpenFileResolvesRelativePathsAgainstTheBaseFolder) {
   Services services;
   std::vector<std::string> opened;
