@@ -1,8 +1,8 @@
 """The XLSX output read back with openpyxl, an independent reader, and
 compared with the converter's own JSON of the same workbook: sheet names,
 every cell's position, value, number format, font, fill, borders and
-alignment, column widths, row heights, hidden lines, the default font and
-the object notes; numbers, dates and times shown through their number
+alignment, column widths, row heights, hidden lines, the title rows and
+columns frozen and printed, the default font and the object notes; numbers, dates and times shown through their number
 format by the npm package ssf must give the JSON's text. Then the failures: an unwritable target and a file that is
 no workbook leave no file behind, neither at the target nor in TMPDIR, nor does
 a command stopped by a signal while it copies standard input.
@@ -11,6 +11,7 @@ usage: xlsx_check.py WZSS WZGEN SCRATCH WORKBOOK...
 """
 import datetime, glob, json, os, shutil, subprocess, sys, time
 import openpyxl
+from openpyxl.utils import get_column_letter
 from openpyxl.utils.datetime import to_excel
 
 wzss, wzgen, scratch, inputs = sys.argv[1], sys.argv[2], sys.argv[3], sys.argv[4:]
@@ -116,6 +117,11 @@ def check_sheet(name, ws, sheet):
             expect(f"{name} column {column} px", round(dim.width * 7), (twips + 7) // 15)
             expect(f"{name} column {column} hidden", bool(dim.hidden), column in hidden_columns)
     expect(name + " columns covered", covered, 16384)
+    rows, columns = settings["titleRows"], settings["titleColumns"]  # frozen and printed
+    expect(name + " frozen", ws.freeze_panes,
+           f"{get_column_letter(columns + 1)}{rows + 1}" if rows or columns else None)
+    expect(name + " print titles", (ws.print_title_rows, ws.print_title_cols),
+           (f"$1:${rows}" if rows else None, f"$A:${get_column_letter(columns)}" if columns else None))
     for number, obj in enumerate(sheet["objects"], 1):
         note = ws[obj["from"]["address"]].comment
         wanted = f"Graphic object {number} of this sheet"
