@@ -113,13 +113,5 @@ INSTANTIATE_TEST_SUITE_P(Samples, SampleTest, testing::ValuesIn(samples()),
                            return name;
                          });
 
-TEST(PluginE2eTest, FileThatIsNoWorkbookIsRefusedWithNothingAlive) {
-  ASSERT_TRUE(plugin().ok()) << plugin().error();
-  const Walked walked = walk(WZSS_SAMPLES_DIR "/inventory-legend.txt");
-  EXPECT_FALSE(walked.opened);
-  EXPECT_EQ(walked.error, "not a workbook of this format");
-  EXPECT_EQ(walked.liveAfterwards, 0u);
-}
-
 }  // namespace
 }  // namespace wzss::host
