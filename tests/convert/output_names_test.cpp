@@ -20,15 +20,11 @@ TEST(SafeNameStem, ReplacesWhatFileSystemsRefuseWithinABoundedLength) {
     std::string stem;
   } cases[] = {
       {"Budget 2026", "Budget 2026"},
-      {"Q1/Q2", "Q1_Q2"},
-      {"a\\b", "a_b"},
-      {"<x>:\"y\"|z?*", "_x___y__z__"},
-      {"tab\there\x01", "tab_here_"},
+      {"<x>:\"y\"|z?*/\\", "_x___y__z____"},
+      {"tab\there\x01\x7f", "tab_here__"},
       {".hidden", "_hidden"},
       {"..", "_"},
-      {"/", "_"},
       {"trailing. . ", "trailing"},
-      {"", "sheet-3"},
       {"   ", "sheet-3"},
       {"CON", "_CON"},
       {"nul.txt", "_nul.txt"},
