@@ -14,10 +14,13 @@
 #include <string>
 #include <vector>
 
+#include "temp_dir.h"
+
 namespace wzss::cli {
 namespace {
 
 namespace fs = std::filesystem;
+using test::TempDir;
 
 const std::string kSamples = WZSS_SAMPLES_DIR;
 const std::string kBudget = kSamples + "/budget.wzs";
@@ -37,20 +40,6 @@ std::vector<std::string> linesOf(const std::string& text) {
   return lines;
 }
 
-class ScratchDir {
- public:
-  ScratchDir() {
-    char pattern[] = "/tmp/wzss-cli-XXXXXX";
-    const char* made = mkdtemp(pattern);
-    path_ = made != nullptr ? made : "/tmp/wzss-cli-fallback";
-  }
-  ~ScratchDir() { fs::remove_all(path_); }
-  const fs::path& path() const { return path_; }
-
- private:
-  fs::path path_;
-};
-
 struct CommandRun {
   int status = -1;
   std::string out;
@@ -60,7 +49,7 @@ struct CommandRun {
 // Runs the built command with stdin closed (or reading a file); a hang
 // fails the test through timeout's status instead of blocking the suite.
 CommandRun wzss(const std::vector<std::string>& args, const std::string& input = "/dev/null") {
-  static const ScratchDir scratch;
+  static const TempDir scratch;
   const fs::path out = scratch.path() / "stdout", err = scratch.path() / "stderr";
   std::string command = "timeout 120 '" WZSS_CLI_PATH "'";
   for (const std::string& arg : args) command += " '" + arg + "'";
@@ -222,7 +211,7 @@ std::string expectedDrawing(const std::string& sample, int n, const std::string&
 // chart; inventory's first drawing is a linked file, written as it is, and
 // its second has a lower-case page-size line. The directory is created.
 TEST(CliTest, ObjectsListsVisibleObjectsAndExtractsTheirDrawings) {
-  ScratchDir dir;
+  TempDir dir;
   const fs::path out = dir.path() / "drawings";
   const std::string quarterly = kSamples + "/quarterly.wzs";
   const CommandRun run = wzss({"objects", quarterly, "--extract", out.string()});
@@ -248,7 +237,7 @@ TEST(CliTest, ObjectsListsVisibleObjectsAndExtractsTheirDrawings) {
 // Damage the command can see is said on stderr naming the file, the output
 // still made; --strict makes it fail, and convert counts warnings per file.
 TEST(CliTest, DamagedWorkbooksAreReportedAndFailOnlyWhenStrict) {
-  ScratchDir dir;
+  TempDir dir;
   const std::string budget = readFile(kBudget);
   const std::string header = "*BEGIN SPREADSHEETS VERSION=440 R01 ENCODING=US-ASCII";
   const struct {
@@ -298,7 +287,7 @@ TEST(CliTest, DamagedWorkbooksAreReportedAndFailOnlyWhenStrict) {
 // A linked object reaches no further than --linked-files lets it: by
 // default its workbook's folder, so a path out of it extracts nothing.
 TEST(CliTest, LinkedFilesStayWhereTheOptionLetsThemReach) {
-  ScratchDir dir;
+  TempDir dir;
   fs::create_directories(dir.path() / "books");
   std::ofstream(dir.path() / "secret.txt") << "secret\n";
   std::ofstream(dir.path() / "books" / "chart.txt") << "chart\n";
@@ -347,7 +336,7 @@ TEST(CliTest, EncodingWarningsOverrideAndByteOrderMark) {
   EXPECT_EQ(ascii.err, "wzss: " + kSamples + "/formats.wzs: warning: 1 byte(s) above 0x7F in "
                        "texts of an ASCII workbook read as ISO-8859-1\n");
 
-  ScratchDir dir;
+  TempDir dir;
   const fs::path utf8 = dir.path() / "utf8.wzs";
   std::string cp1252 = readFile(book);
   std::ofstream(utf8) << cp1252.replace(cp1252.find("ENCODING=WINDOWS-1252"), 21, "Encoding=UTF-8");

@@ -1,7 +1,5 @@
 #include "convert_fixture.h"
 
-#include <unistd.h>
-#include <atomic>
 #include <fstream>
 #include <sstream>
 
@@ -54,19 +52,6 @@ std::string readFile(const std::filesystem::path& path) {
 void writeFile(const std::filesystem::path& path, const std::string& content) {
   std::ofstream out(path, std::ios::binary);
   out << content;
-}
-
-TempDir::TempDir() {
-  static std::atomic<unsigned> counter{0};
-  path_ = std::filesystem::temp_directory_path() /
-          ("wzss-convert-" + std::to_string(::getpid()) + "-" + std::to_string(counter++));
-  std::filesystem::remove_all(path_);
-  std::filesystem::create_directories(path_);
-}
-
-TempDir::~TempDir() {
-  std::error_code ignored;
-  std::filesystem::remove_all(path_, ignored);
 }
 
 host::Settings settings(uint32_t maxRow, uint32_t maxColumn, uint32_t columnWidth,

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "cli/sheet_model.h"
+#include "temp_dir.h"
 #include "wzss/host/walker.h"
 #include "wzss/reader_abi.h"
 
@@ -26,18 +27,7 @@ const cli::WorkbookModel& styledBook();
 std::string readFile(const std::filesystem::path& path);
 void writeFile(const std::filesystem::path& path, const std::string& content);
 
-// A fresh directory under the system's temporary folder, removed at the end.
-class TempDir {
- public:
-  TempDir();
-  ~TempDir();
-  TempDir(const TempDir&) = delete;
-  TempDir& operator=(const TempDir&) = delete;
-  const std::filesystem::path& path() const { return path_; }
-
- private:
-  std::filesystem::path path_;
-};
+using TempDir = test::TempDir;
 
 // Items to a sheet model, as the walker would hand them over.
 cli::SheetModel sheetOfItems(std::vector<host::Item>& items);

@@ -6,38 +6,20 @@
 #include <unistd.h>
 
 #include <cstdio>
-#include <cstdlib>
 #include <fstream>
 #include <random>
 #include <string>
 
+#include "temp_dir.h"
 #include "wzss/host/memory_stream.h"
 
 namespace wzss::host {
 namespace {
 
+using test::TempDir;
+
 // The stream's read buffer is 64 KiB; these contents span several buffers.
 constexpr size_t kBufferBytes = 64 * 1024;
-
-class TempDir {
- public:
-  TempDir() {
-    char pattern[] = "/tmp/wzss-file-stream-XXXXXX";
-    const char* made = mkdtemp(pattern);
-    EXPECT_NE(made, nullptr);
-    path_ = made != nullptr ? made : "/tmp";
-  }
-  ~TempDir() { std::system(("rm -rf '" + path_ + "'").c_str()); }
-  std::string file(const std::string& name, const std::string& bytes) const {
-    const std::string path = path_ + "/" + name;
-    std::ofstream(path, std::ios::binary) << bytes;
-    return path;
-  }
-  const std::string& path() const { return path_; }
-
- private:
-  std::string path_;
-};
 
 std::string patternBytes(size_t size) {
   std::string bytes(size, '\0');
@@ -53,7 +35,9 @@ std::string patternBytes(size_t size) {
 TEST(FileStreamTest, AgreesWithTheMemoryStreamOnRandomCalls) {
   TempDir dir;
   const std::string bytes = patternBytes(2 * kBufferBytes + 123);
-  auto file = FileStream::open(dir.file("pattern", bytes));
+  const std::string path = (dir.path() / "pattern").string();
+  std::ofstream(path, std::ios::binary) << bytes;
+  auto file = FileStream::open(path);
   ASSERT_TRUE(file);
   MemoryStream memory(bytes);
   StreamInterface* const streams[] = {file->get(), memory.get()};
@@ -91,7 +75,7 @@ TEST(FileStreamTest, RefusesAFileOf4GiBButTakesOneByteLess) {
   // Sparse files: the size is set without writing, so this costs no disk.
   TempDir dir;
   const auto sparse = [&dir](const std::string& name, off_t size) {
-    const std::string path = dir.path() + "/" + name;
+    const std::string path = (dir.path() / name).string();
     const int fd = ::open(path.c_str(), O_CREAT | O_WRONLY | O_TRUNC, 0600);
     EXPECT_GE(fd, 0);
     EXPECT_EQ(::ftruncate(fd, size), 0);
