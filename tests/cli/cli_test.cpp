@@ -14,24 +14,18 @@
 #include <string>
 #include <vector>
 
-#include "temp_dir.h"
+#include "test_files.h"
 
 namespace wzss::cli {
 namespace {
 
 namespace fs = std::filesystem;
+using test::readFile;
 using test::TempDir;
 
 const std::string kSamples = WZSS_SAMPLES_DIR;
 const std::string kBudget = kSamples + "/budget.wzs";
 const std::string kLegend = kSamples + "/inventory-legend.txt";
-
-std::string readFile(const fs::path& path) {
-  std::ifstream in(path, std::ios::binary);
-  std::ostringstream bytes;
-  bytes << in.rdbuf();
-  return bytes.str();
-}
 
 std::vector<std::string> linesOf(const std::string& text) {
   std::istringstream in(text);
@@ -339,7 +333,8 @@ TEST(CliTest, EncodingWarningsOverrideAndByteOrderMark) {
   TempDir dir;
   const fs::path utf8 = dir.path() / "utf8.wzs";
   std::string cp1252 = readFile(book);
-  std::ofstream(utf8) << cp1252.replace(cp1252.find("ENCODING=WINDOWS-1252"), 21, "Encoding=UTF-8");
+  std::ofstream(utf8) << cp1252.replace(cp1252.find("ENCODING=WINDOWS-1252"), 21,
+                                        "Encoding=UTF-8");  // the keyword in any case
   EXPECT_NE(wzss({"info", utf8.string()}).err.find(" not valid in UTF-8 replaced by U+FFFD\n"),
             std::string::npos);
   const fs::path unknown = dir.path() / "unknown.wzs";

@@ -1,8 +1,5 @@
 #include "convert_fixture.h"
 
-#include <fstream>
-#include <sstream>
-
 namespace wzss::convert_test {
 
 const SSReaderInterface& readerTable() {
@@ -40,18 +37,6 @@ cli::WorkbookModel bookOf(cli::SheetModel sheet) {
   book.path = "sheet.wzs";
   book.sheets.push_back(std::move(sheet));
   return book;
-}
-
-std::string readFile(const std::filesystem::path& path) {
-  std::ifstream in(path, std::ios::binary);
-  std::ostringstream text;
-  text << in.rdbuf();
-  return text.str();
-}
-
-void writeFile(const std::filesystem::path& path, const std::string& content) {
-  std::ofstream out(path, std::ios::binary);
-  out << content;
 }
 
 host::Settings settings(uint32_t maxRow, uint32_t maxColumn, uint32_t columnWidth,

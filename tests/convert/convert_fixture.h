@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "cli/sheet_model.h"
-#include "temp_dir.h"
+#include "test_files.h"
 #include "wzss/host/walker.h"
 #include "wzss/reader_abi.h"
 
@@ -24,8 +24,8 @@ cli::WorkbookModel readOrFail(const std::string& path);
 // The styled test workbook, read once for all tests.
 const cli::WorkbookModel& styledBook();
 
-std::string readFile(const std::filesystem::path& path);
-void writeFile(const std::filesystem::path& path, const std::string& content);
+using test::readFile;
+using test::writeFile;
 
 using TempDir = test::TempDir;
 

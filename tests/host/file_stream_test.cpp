@@ -6,11 +6,10 @@
 #include <unistd.h>
 
 #include <cstdio>
-#include <fstream>
 #include <random>
 #include <string>
 
-#include "temp_dir.h"
+#include "test_files.h"
 #include "wzss/host/memory_stream.h"
 
 namespace wzss::host {
@@ -36,7 +35,7 @@ TEST(FileStreamTest, AgreesWithTheMemoryStreamOnRandomCalls) {
   TempDir dir;
   const std::string bytes = patternBytes(2 * kBufferBytes + 123);
   const std::string path = (dir.path() / "pattern").string();
-  std::ofstream(path, std::ios::binary) << bytes;
+  test::writeFile(path, bytes);
   auto file = FileStream::open(path);
   ASSERT_TRUE(file);
   MemoryStream memory(bytes);
