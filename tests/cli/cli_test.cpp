@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -183,27 +182,13 @@ TEST(CliTest, CommandLineHabits) {
   }
 }
 
-// The drawing as the file holds it, from the n-th "*BEGIN GRAPHICS" line of
-// the sample through its "*END GRAPHICS" line, with the page-size line (any
-// case) replaced by the size text: what --extract must write.
-std::string expectedDrawing(const std::string& sample, int n, const std::string& sizeText) {
-  const std::string text = readFile(sample);
-  size_t begin = 0;
-  for (int i = 0; i < n; ++i) begin = text.find("*BEGIN GRAPHICS", i == 0 ? 0 : begin + 1);
-  const size_t end = text.find("*END GRAPHICS\n", begin) + std::strlen("*END GRAPHICS\n");
-  std::string drawing;
-  for (const std::string& line : linesOf(text.substr(begin, end - begin))) {
-    std::string head = line.substr(0, 11);
-    for (char& c : head) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
-    drawing += (head == "KD_PAGESIZE" ? sizeText : line) + "\n";
-  }
-  return drawing;
-}
-
 // Only visible objects are listed: quarterly's sheet 1 has a chart and a
 // Picture block (not an object item), its sheet 2 a hidden object and a
 // chart; inventory's first drawing is a linked file, written as it is, and
-// its second has a lower-case page-size line. The directory is created.
+// its second has a lower-case page-size line. The directory is created. The
+// golden drawings are the file's lines from "*BEGIN GRAPHICS" through
+// "*END GRAPHICS" with every page-size line (any case) replaced by the size
+// text, checked by hand against the samples.
 TEST(CliTest, ObjectsListsVisibleObjectsAndExtractsTheirDrawings) {
   TempDir dir;
   const fs::path out = dir.path() / "drawings";
@@ -215,9 +200,9 @@ TEST(CliTest, ObjectsListsVisibleObjectsAndExtractsTheirDrawings) {
   EXPECT_NE(run.out.find("\nsheet 2 object 1 kind=21 from=D2+360,32 "), std::string::npos)
       << run.out;
   EXPECT_NE(run.out.find("-> " + (out / "2-1.txt").string() + "\n"), std::string::npos);
-  EXPECT_EQ(readFile(out / "1-1.txt"), expectedDrawing(quarterly, 1, "W3.50inH2.25in"));
-  // Drawing 2 of the file belongs to the hidden object.
-  EXPECT_EQ(readFile(out / "2-1.txt"), expectedDrawing(quarterly, 3, "H2.00inW4.00in"));
+  EXPECT_EQ(readFile(out / "1-1.txt"), readFile(WZSS_GOLDEN_DIR "/quarterly-1-1.txt"));
+  // Drawing 2 of the file belongs to the hidden object; the golden is drawing 3.
+  EXPECT_EQ(readFile(out / "2-1.txt"), readFile(WZSS_GOLDEN_DIR "/quarterly-2-1.txt"));
   EXPECT_FALSE(fs::exists(out / "2-2.txt"));
 
   const std::string inventory = kSamples + "/inventory.wzs";
@@ -225,7 +210,7 @@ TEST(CliTest, ObjectsListsVisibleObjectsAndExtractsTheirDrawings) {
   ASSERT_EQ(linked.status, 0) << linked.err;
   ASSERT_EQ(linesOf(linked.out).size(), 2u) << linked.out;
   EXPECT_EQ(readFile(dir.path() / "1-1.txt"), readFile(kLegend));
-  EXPECT_EQ(readFile(dir.path() / "2-1.txt"), expectedDrawing(inventory, 2, "W5.25inH3.00in"));
+  EXPECT_EQ(readFile(dir.path() / "2-1.txt"), readFile(WZSS_GOLDEN_DIR "/inventory-2-1.txt"));
 }
 
 // Damage the command can see is said on stderr naming the file, the output
