@@ -40,17 +40,6 @@ TEST(SafeNameStem, ReplacesWhatFileSystemsRefuseWithinABoundedLength) {
   for (const auto& c : cases) EXPECT_EQ(safeNameStem(c.name, "sheet-3"), c.stem) << c.name;
 }
 
-TEST(UniqueNames, NumbersRepeatsIgnoringCase) {
-  UniqueNames names;
-  EXPECT_EQ(names.take("Sales", ".csv"), "Sales.csv");
-  EXPECT_EQ(names.take("sales", ".csv"), "sales-2.csv");
-  EXPECT_EQ(names.take("Sales", ".csv"), "Sales-3.csv");
-  EXPECT_EQ(names.take("Sales", ".json"), "Sales.json");
-  names.reserve("Other-2.csv");
-  EXPECT_EQ(names.take("Other", ".csv"), "Other.csv");
-  EXPECT_EQ(names.take("Other", ".csv"), "Other-3.csv");
-}
-
 TEST(CsvDirectory, NamesOneFilePerSheetSafelyAndUniquely) {
   std::vector<host::SheetInfo> sheets;
   for (const char* name : {"Q1/Q2", "Q1:Q2", "  ", "Sales"}) {
