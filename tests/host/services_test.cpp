@@ -7,11 +7,12 @@
 
 #include <cstring>
 #include <filesystem>
-#include <fstream>
 #include <map>
 #include <random>
 #include <string>
 #include <vector>
+
+#include "test_files.h"
 
 namespace wzss::host {
 namespace {
@@ -122,29 +123,24 @@ TEST(ServicesTest, OpenFileResolvesRelativePathsAgainstTheBaseFolder) {
 // folder "outside" it must not reach.
 class LinkedTree {
  public:
-  LinkedTree() {
-    char pattern[] = "/tmp/wzss-linked-XXXXXX";
-    root_ = std::filesystem::canonical(mkdtemp(pattern));
+  LinkedTree() : root_(std::filesystem::canonical(dir_.path())) {
     std::filesystem::create_directories(books() / "sub");
     std::filesystem::create_directories(books() / "dir");
     std::filesystem::create_directories(root_ / "outside");
-    write(books() / "chart.txt", "beside");
-    write(books() / "sub" / "inner.txt", "inner");
-    write(root_ / "outside" / "secret.txt", "secret");
+    test::writeFile(books() / "chart.txt", "beside");
+    test::writeFile(books() / "sub" / "inner.txt", "inner");
+    test::writeFile(root_ / "outside" / "secret.txt", "secret");
     std::filesystem::create_symlink("../outside/secret.txt", books() / "out-link");
     std::filesystem::create_symlink("chart.txt", books() / "in-link");
     std::filesystem::create_symlink("../outside", books() / "linked-dir");
     std::filesystem::create_symlink("/dev/zero", books() / "device");
     mkfifo((books() / "fifo").c_str(), 0600);  // nobody writes: opening it for reading would wait
   }
-  ~LinkedTree() { std::filesystem::remove_all(root_); }
   const std::filesystem::path& root() const { return root_; }
   std::filesystem::path books() const { return root_ / "books"; }
 
  private:
-  static void write(const std::filesystem::path& path, const char* text) {
-    std::ofstream(path) << text;
-  }
+  test::TempDir dir_;  // made before root_
   std::filesystem::path root_;
 };
 
