@@ -9,6 +9,7 @@
 #include <tuple>
 
 #include "generator.h"
+#include "test_files.h"
 #include "walk_count.h"
 
 namespace wzss::tools {
@@ -19,7 +20,7 @@ class WalkCount : public ::testing::Test {
   void SetUp() override { wzGetSSReaderInterface(&table_); }
 
   std::string writeWorkbook(uint64_t size, uint64_t seed, GeneratorStats* stats) {
-    const std::string path = ::testing::TempDir() + "walk_count_" + std::to_string(seed) + ".wzs";
+    const std::string path = (folder_.path() / ("walk_count_" + std::to_string(seed) + ".wzs")).string();
     std::FILE* file = std::fopen(path.c_str(), "wb");
     EXPECT_NE(file, nullptr);
     EXPECT_TRUE(generateWorkbook({size, seed}, file, stats));
@@ -28,6 +29,8 @@ class WalkCount : public ::testing::Test {
   }
 
   SSReaderInterface table_{};
+  // Of this test alone: runs of the suite in parallel must not share files.
+  test::TempDir folder_;
 };
 
 TEST_F(WalkCount, EveryCellLineAndFormattedEmptyCellArrivesOnce) {
@@ -45,7 +48,6 @@ TEST_F(WalkCount, EveryCellLineAndFormattedEmptyCellArrivesOnce) {
   EXPECT_GT(counts.rowRuns, 0u);
   EXPECT_GT(counts.columnRuns, 0u);
   EXPECT_GT(counts.fills, 0u);
-  std::remove(path.c_str());
 }
 
 TEST_F(WalkCount, DirectAndWalkerCountTheSame) {
@@ -62,7 +64,6 @@ TEST_F(WalkCount, DirectAndWalkerCountTheSame) {
                        walker.textBytes, walker.objects, walker.fills))
         << path;
   }
-  std::remove(generated.c_str());
 }
 
 // The grid is the plug-in's only memory that grows with the workbook, and it
@@ -81,12 +82,10 @@ TEST_F(WalkCount, PluginMemoryFollowsTheExtentNotTheCells) {
         uint64_t{stats.maxRow + 1} * (stats.maxColumn + 1 + 2 * sizeof(void*));
     EXPECT_LT(counts.peakHostBytes, gridBytes + (1u << 20)) << stats.bytes;
   }
-  std::remove(a.c_str());
-  std::remove(b.c_str());
 }
 
 TEST_F(WalkCount, RefusesWhatIsNotAWorkbook) {
-  const std::string path = ::testing::TempDir() + "walk_count_plain.txt";
+  const std::string path = (folder_.path() / "walk_count_plain.txt").string();
   std::FILE* file = std::fopen(path.c_str(), "wb");
   ASSERT_NE(file, nullptr);
   std::fputs("just some text\nand more\n", file);
@@ -96,7 +95,6 @@ TEST_F(WalkCount, RefusesWhatIsNotAWorkbook) {
   EXPECT_FALSE(walkWorkbook(table_, path, WalkMode::Direct, &counts, &error));
   EXPECT_FALSE(error.empty());
   EXPECT_FALSE(walkWorkbook(table_, path + ".missing", WalkMode::Direct, &counts, &error));
-  std::remove(path.c_str());
 }
 
 }  // namespace
