@@ -16,12 +16,12 @@ try {
 
 // Dates that stay text, and why: two-digit years (4, 5, 6, 8, 10, 13), a
 // month without its day (16); the digits of 11 and 12 read as numbers;
-// impossible dates (notADate).
+// texts that only look like values (notAValue).
 // Exponents without decimals (code 28 with 0) stay text too. Bars,
 // booleans, labels, unknown date styles and the codes that pass the text
 // through type only what they happen to show.
 const textForms = new Set(['date4', 'date5', 'date6', 'date8', 'date10', 'date13', 'date16',
-                           'code28.0', 'notADate']);
+                           'code28.0', 'notAValue']);
 const throughForms = /^(code(0|[2-9]|1[0-6]|2[4-6]|29)\.|date(0|1|12|17)$)/;
 
 const lines = execFileSync(process.argv[2], { maxBuffer: 1 << 28 }).toString().split('\n');

@@ -94,8 +94,10 @@ int main() {
     for (int32_t style = 2; style <= kLastDateStyle; ++style)
       if (auto display = bench.format(written, kDateCode, 0, style))
         emit("date" + std::to_string(style), *display);
-  // Written by hand: grouped digits are a number, a month 13 or a year before 1900 no date.
-  for (const char* grouped : {"1,234", "-12,345.5"}) emit("grouped", grouped);
-  for (const char* notADate : {"2024-13-01", "1899-12-31"}) emit("notADate", notADate);
+  // Written by hand, each typed one its own form: grouped digits and a May date are typed; a
+  // month 13, a year before 1900, "$" with "%", 75 seconds, a fraction without its 0 not.
+  for (const char* typed : {"1,234", "-12,345.5", "2003-05-31"}) emit(typed, typed);
+  for (const char* text : {"2024-13-01", "1899-12-31", "$5%", "12:30:75", ".5"})
+    emit("notAValue", text);
   return 0;
 }
