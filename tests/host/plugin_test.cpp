@@ -28,7 +28,7 @@ TEST(PluginTest, WhatIsNoPlugInIsRefusedWithThePathAndTheReason) {
   }
 }
 
-TEST(PluginTest, TableComesFromTheLibraryAndSurvivesAMove) {
+TEST(PluginTest, TableComesFromTheLibraryAndSurvivesMoves) {
   // A failed load before leaves no loader message behind for this one.
   (void)Plugin::load("/nonexistent/first.so");
   Plugin plugin = Plugin::load(WZSS_TABLE_PLUGIN);
@@ -43,6 +43,8 @@ TEST(PluginTest, TableComesFromTheLibraryAndSurvivesAMove) {
   ASSERT_TRUE(moved.ok());
   EXPECT_EQ(moved.table().GetCharSet(1, 2), 42);
   EXPECT_EQ(moved.path(), WZSS_TABLE_PLUGIN);
+  plugin = std::move(moved);  // back by assignment: the library goes along with the table
+  EXPECT_TRUE(plugin.ok() && !moved.ok());  // NOLINT
 }
 
 }  // namespace
