@@ -31,6 +31,8 @@ def expect(what, got, wanted):
     if got != wanted:
         failures.append(f"{what}: got {got!r}, wanted {wanted!r}")
 
+NAME_SAFE = {c: "_" for c in [*range(32), 127]}  # no XML attribute holds a control character
+
 def rgb(colour):  # "#rrggbb" as openpyxl shows it
     return "FF" + colour[1:].upper()
 
@@ -77,7 +79,7 @@ def check_cell(where, c, cell):
         return
     font = cell["font"]
     expect(where + " font", (c.font.name, c.font.sz, bool(c.font.b), bool(c.font.i), c.font.u),
-           (font["name"], font["size"] or 11, font["bold"], font["italic"], "single" if font["underline"] else None))
+           (font["name"].translate(NAME_SAFE), font["size"] or 11, font["bold"], font["italic"], "single" if font["underline"] else None))
     expect(where + " text colour", c.font.color.rgb, rgb(cell["textColor"]))
     a = cell["alignment"]
     expect(where + " alignment", (c.alignment.horizontal, c.alignment.vertical, bool(c.alignment.wrap_text)),
@@ -135,7 +137,7 @@ def check(path, xlsx):
     check_names(book.sheetnames, raw)
     global default_font
     font = document["sheets"][0]["settings"]["defaultFont"]
-    default_font = (font["name"], font["size"] or 11)
+    default_font = (font["name"].translate(NAME_SAFE), font["size"] or 11)
     expect(path + " default font", (book._fonts[0].name, book._fonts[0].sz), default_font)
     for ws, sheet in zip(book.worksheets, document["sheets"]):
         check_sheet(f"{os.path.basename(path)}:{ws.title}", ws, sheet)
