@@ -57,7 +57,8 @@ for index, workbook in enumerate(workbooks):
         for text, golden in ((compact, "styled.json"), (lines, "styled.ndjson")):
             expect(text == (pathlib.Path(golden_dir) / golden).read_text(),
                    f"{name}: differs from {golden}")
-        expect(json.loads(run("--sheet", "2", workbook))["sheets"] == document["sheets"][1:], "--sheet 2 is not sheet 2")
+        expect(json.loads(run("--sheet", "2", workbook))["sheets"] == document["sheets"][1:],
+               "--sheet 2 is not sheet 2")
         with open(workbook, "rb") as stdin:
             expect(run("-", stdin=stdin) == compact.replace(f'"file":"{name}"', '"file":"stdin"'),
                    f"{name}: standard input gives another document")

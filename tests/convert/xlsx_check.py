@@ -79,7 +79,8 @@ def check_cell(where, c, cell):
         return
     font = cell["font"]
     expect(where + " font", (c.font.name, c.font.sz, bool(c.font.b), bool(c.font.i), c.font.u),
-           (font["name"].translate(NAME_SAFE), font["size"] or 11, font["bold"], font["italic"], "single" if font["underline"] else None))
+           (font["name"].translate(NAME_SAFE), font["size"] or 11, font["bold"], font["italic"],
+            "single" if font["underline"] else None))
     expect(where + " text colour", c.font.color.rgb, rgb(cell["textColor"]))
     a = cell["alignment"]
     expect(where + " alignment", (c.alignment.horizontal, c.alignment.vertical, bool(c.alignment.wrap_text)),
