@@ -9,6 +9,9 @@
 //   objects   object blocks, frames, drawings, linked files and the size text
 //   budget    a grid at the edge of its byte budget: a Row List past it is not kept
 //             (in large/, which the fault sweeps pass over: one walk takes 100 MB)
+//   attributes  an attribute table one line longer than its 1000 entries: Row List
+//             entries up to the last kept one are filled, the one after is not
+//             (in large/ too: a sweep would fail each of its 1000 allocations)
 // Each is walked in process through the host kit over the statically linked
 // plug-in, printed as `wzss dump` prints it (each object's content after its
 // line) and compared with golden/NAME.dump, in the C locale and in one that
