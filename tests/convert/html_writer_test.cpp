@@ -36,10 +36,13 @@ TEST(WorkbookHtml, PagesMatchTheirGoldens) {
   HtmlOptions noTitles, threeTitles;
   noTitles.titleRows = noTitles.titleColumns = 0;
   threeTitles.titleRows = 3;
+  threeTitles.titleColumns = 2;
   // Rows of 100 px, 200 px and 100 px: the first two fit in 300 px, the
-  // third would not; 600 px: nothing can stick.
+  // third would not; 600 px: nothing can stick. Columns of 250 px and
+  // 251 px: together past 500 px, so the first sticks alone.
   WorkbookModel tall = bookOf(sheetOf(settings(4, 3, 1200, 200), host::RowRun{1, 1, 1500},
-                                      host::RowRun{2, 2, 3000}, host::RowRun{3, 3, 1500}));
+                                      host::RowRun{2, 2, 3000}, host::RowRun{3, 3, 1500},
+                                      host::ColumnRun{1, 1, 3750}, host::ColumnRun{2, 2, 3765}));
   WorkbookModel tallest = tall;
   tallest.sheets[0].rowHeights[0].size = 9000;
   const struct {
