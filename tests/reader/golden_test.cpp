@@ -47,6 +47,10 @@ struct DumpLines : host::SheetVisitor {
   // An object's content follows its line, one "| " line per line read.
   bool item(const host::SheetInfo&, host::Item& item) override {
     lines.push_back(cli::itemLine(item));
+    // The dump shows any non-zero hasFont as a font; hosts read it as 1.
+    if (auto* settings = std::get_if<host::Settings>(&item)) {
+      EXPECT_EQ(settings->hasFont, 1u);
+    }
     if (auto* object = std::get_if<host::Object>(&item); object && object->content.stream())
       host::readContentLines(object->content.stream(), [this](std::string_view line, bool) {
         lines.push_back("| " + std::string(line));
